@@ -1,0 +1,36 @@
+#include "common/LeadFile.h"
+
+#include "support/TestSupport.h"
+
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using namespace corvane::test;
+
+TEST(LeadFile, WritesHeaderAndCrLfLines)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("leads.csv");
+    ASSERT_TRUE(LeadFile::write(path, {"a@b.com", "Bob@Example.ORG"}).ok());
+    EXPECT_EQ(readFile(path), QByteArray("Email Id\r\na@b.com\r\nBob@Example.ORG\r\n"));
+
+    const auto back = LeadFile::read(path);
+    ASSERT_TRUE(back.ok());
+    EXPECT_EQ(back.value(), QStringList({"a@b.com", "Bob@Example.ORG"}));
+}
+
+TEST(LeadFile, ReadsFilesWithoutHeaderOrWithExtraColumns)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath("in.csv");
+    writeFile(path, "x@y.com,Name\n\n  z@w.net  \r\n");
+    const auto leads = LeadFile::read(path);
+    ASSERT_TRUE(leads.ok());
+    EXPECT_EQ(leads.value(), QStringList({"x@y.com", "z@w.net"}));
+}
+
+TEST(LeadFile, FailuresAreReportedNotThrown)
+{
+    EXPECT_FALSE(LeadFile::read("/nonexistent/leads.csv").ok());
+    EXPECT_FALSE(LeadFile::write("/nonexistent/dir/leads.csv", {"a@b.com"}).ok());
+}

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QTemporaryDir>
+
+namespace corvane::test {
+
+// A fresh data folder for one test, made the process's data folder while it lives.
+class TempDataFolder
+{
+public:
+    TempDataFolder();
+    ~TempDataFolder();
+    TempDataFolder(const TempDataFolder &) = delete;
+    TempDataFolder &operator=(const TempDataFolder &) = delete;
+
+    QString path() const { return m_dir.path(); }
+    QString file(const QString &relative) const { return m_dir.filePath(relative); }
+
+private:
+    QTemporaryDir m_dir;
+};
+
+// Whole-file helpers for assertions.
+QByteArray readFile(const QString &path);
+void writeFile(const QString &path, const QByteArray &bytes);
+
+// Source and build folders, for tests that run the programs or read fixtures.
+QString sourceDir();
+QString binaryDir();
+
+// Runs a program of the build with arguments; returns exit code, fills stdout/stderr.
+int runProgram(const QString &program, const QStringList &args, QByteArray *out = nullptr,
+               QByteArray *err = nullptr, const QByteArray &input = {}, int timeoutMs = 120000);
+
+} // namespace corvane::test

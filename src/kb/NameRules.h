@@ -1,0 +1,32 @@
+#pragma once
+
+#include "common/Result.h"
+
+#include <QString>
+#include <QStringView>
+
+namespace corvane {
+
+// Taxonomy terms, knowledge-base names and mail-group names become folder names on disk;
+// they must stay inside their parent folder and be valid on both Windows and Linux.
+// Refuses "." and "..", "/", "\", ":" and the other characters Windows forbids (*?"<>|),
+// control characters, reserved device names (CON, PRN, AUX, NUL, COM1-9, LPT1-9, with or
+// without an extension), a trailing dot or space, more than 200 characters, and anything
+// checkStorableText refuses. what names the value in the message.
+Result<void> checkFolderName(QStringView name, const QString &what);
+
+// A file name made from an untrusted site name: forbidden and control characters become
+// "_", trailing dots and spaces go, reserved device names get a "_" in front, and the
+// result is at most 200 characters; never empty ("site").
+QString safeFileName(QStringView name);
+
+// The site of an address for its shortcut: the text before the first "/" at position 8 or
+// later (or the whole address), without its first seven characters, so "http://host/path"
+// gives "host". Addresses not starting with "http://" follow the same rule.
+QString siteOfAddress(const QString &address);
+
+// The page title between <TITLE> and </TITLE> (letter case ignored); nothing when either
+// tag is missing.
+std::optional<QString> pageTitle(const QString &html);
+
+} // namespace corvane

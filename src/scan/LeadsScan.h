@@ -1,0 +1,160 @@
+#pragma once
+
+#include "analysis/LeadFilters.h"
+#include "analysis/TextListModel.h"
+#include "analysis/TextSet.h"
+#include "common/Result.h"
+#include "scan/AddressRuns.h"
+#include "scan/DirScanner.h"
+#include "scan/FileTypeList.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QObject>
+#include <QSet>
+#include <QString>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace corvane {
+
+// The leads scan behind frmExtractor: scans one file or the files of a folder tree whose
+// type is checked, lists every new address that passes the ending rule, and saves the list
+// as a lead file. It owns the window's state (type list, lead list, own lead set, files
+// counter) so that a window only shows it and forwards clicks; the command line drives the
+// same object.
+//
+// Files are read in chunks of chunkSize() bytes, whatever their size or content (binary files
+// are searched whole). A scan started with start...() runs on the event loop in short slices
+// (one chunk or one walk step at a time, about 20 ms per turn) so the window stays live and
+// stop() takes effect at once; run...() does the same work in one call.
+class LeadsScan : public QObject
+{
+    Q_OBJECT
+public:
+    static inline const QString kSelectFileMessage =
+        QStringLiteral("Please select a file to scan.");
+    static inline const QString kFileMissingMessage =
+        QStringLiteral("Selected file doesn't exist.");
+    static inline const QString kSelectFolderMessage =
+        QStringLiteral("Please select a folder to scan.");
+    static inline const QString kFolderMissingMessage =
+        QStringLiteral("The folder you selected does not exist.");
+    static inline const QString kSelectTypeMessage =
+        QStringLiteral("Please select atleast one file type.");
+    static inline const QString kNoLeadsMessage =
+        QStringLiteral("Search didn't produce any Leads.");
+    static inline const QString kReplaceQuestion =
+        QStringLiteral("File Exist. Do you wish to replace?");
+    static inline const QString kFolderFailedLabel = QStringLiteral("cmdScanFolder->");
+    static inline const QString kSaveFailedLabel = QStringLiteral("SaveClick->");
+
+    // The address filter list is read once, as the window does when it opens.
+    explicit LeadsScan(AddressFilterList addressFilters, QObject *parent = nullptr);
+    ~LeadsScan() override;
+
+    // lstExt, loaded from "extractor.ini"; saveFileTypes() when the window closes.
+    FileTypeList &fileTypes() { return m_types; }
+    void saveFileTypes() const { m_types.save(); }
+
+    // lstEmails, in order of discovery.
+    TextListModel &leads() { return m_leads; }
+    // The scan's own lead set; the harvest takes it over while this scan lives.
+    std::shared_ptr<LeadSet> sharedLeadSet() const { return m_leadSet; }
+
+    int filesScanned() const { return m_filesScanned; }
+    // lbllistcount and lblscancount.
+    QString leadCountText() const;
+    QString filesScannedText() const;
+
+    void setChunkSize(qsizetype bytes) { m_chunkSize = std::max<qsizetype>(1, bytes); }
+    qsizetype chunkSize() const { return m_chunkSize; }
+    // Walk depth for folder scans: 0 = the whole tree (what the window uses).
+    void setDepth(int depth) { m_scanner.setScandepth(depth); }
+
+    // cmdScanFile: the chosen file, whatever its type. Fails with the window's message when
+    // none is chosen, or with the reason when it cannot be read.
+    Result<void> runFileScan(const QString &path);
+    Result<void> startFileScan(const QString &path);
+
+    // cmdScanFolder: checks in the window's order, then scans by the checked types. A
+    // folder that cannot be listed or a file that cannot be read is reported (folderError,
+    // fileError) and the scan goes on. The start folder failing to list fails the scan.
+    Result<void> runFolderScan(const QString &folder);
+    Result<void> startFolderScan(const QString &folder);
+    // The same walk with the types given here instead of the checked entries of lstExt.
+    Result<void> runFolderScan(const QString &folder, const QSet<QString> &types);
+
+    // cmdStopScanningFolder (and closing the window).
+    void stop();
+    bool isScanning() const { return m_active; }
+
+    // cmdremoveselectedemails: removes the given rows of lstEmails; the lead set and the
+    // counts stay as they are, so a removed address is not listed again by later scans.
+    void removeLeads(QList<int> rows);
+    // Removes the rows marked selected in lstEmails.
+    void removeSelectedLeads();
+
+    // cmdsavelist. chosenName is the save dialog's answer; the lead file is chosenName +
+    // ".csv", always. When it exists, confirmReplace is asked kReplaceQuestion: true
+    // replaces it, false leaves it as it is.
+    struct SaveOutcome
+    {
+        enum Kind { NoLeads, Saved, KeptExisting };
+        Kind kind = NoLeads;
+        QString path;
+        QString message() const { return kind == NoLeads ? kNoLeadsMessage : QString(); }
+    };
+    static QString leadFileName(const QString &chosenName)
+    {
+        return chosenName + QStringLiteral(".csv");
+    }
+    Result<SaveOutcome>
+    saveLeads(const QString &chosenName,
+              const std::function<bool(const QString &question)> &confirmReplace);
+
+signals:
+    // After each file whose scan completed; filesScanned is the new counter.
+    void fileScanned(const QString &path, int filesScanned);
+    // Leads appended by the last piece of text; the process-wide lead counter grows by n.
+    void leadsAdded(int n);
+    void fileError(const QString &path, const QString &reason);
+    void folderError(const QString &path, const QString &reason);
+    // A scan started with start...() has ended (cancelled: by stop()).
+    void finished(bool cancelled);
+
+private:
+    Result<void> checkFolder(const QString &folder) const;
+    Result<void> beginFolder(const QString &folder, const QSet<QString> &types);
+    Result<void> openFile(const QString &path);
+    void closeFile(bool completed);
+    // One unit of work: a chunk of the open file, or one step of the walk. False when done.
+    bool advance();
+    void runToEnd();
+    void onTick();
+    void onNewFile(const QFileInfo &file);
+    void extract(QByteArrayView segment);
+
+    AddressFilterList m_addressFilters;
+    LeadFilters m_filters;
+    FileTypeList m_types;
+    TextListModel m_leads;
+    std::shared_ptr<LeadSet> m_leadSet;
+    int m_filesScanned = 0;
+    qsizetype m_chunkSize = 1 << 20;
+
+    DirScanner m_scanner;
+    QSet<QString> m_walkTypes;
+    bool m_walking = false;
+    bool m_active = false;
+    QTimer m_tick;
+
+    std::unique_ptr<QFile> m_file;
+    std::unique_ptr<AddressRunSplitter> m_splitter;
+    QByteArray m_buffer;
+};
+
+} // namespace corvane

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "common/CrawlProfile.h"
+
+#include <QString>
+#include <QStringList>
+#include <QStringView>
+
+// Small text rules the link extractors share. Positions follow the program's 1-based
+// string functions so the rules read like the behaviour they keep.
+namespace corvane::link_rules {
+
+// 1-based position of needle in text at or after start, 0 when absent; an empty needle is
+// found at start (as long as start lies within text + 1).
+qsizetype inStr(qsizetype start, QStringView text, QStringView needle,
+                Qt::CaseSensitivity cs = Qt::CaseSensitive);
+
+// Blanks only; tabs and line breaks stay.
+QStringView trimBlanks(QStringView text);
+
+// "http://" (and under the modern profile also "https://"), letter case ignored.
+bool startsWithWebScheme(QStringView text, CrawlProfile profile);
+bool containsWebScheme(QStringView text, CrawlProfile profile);
+
+// Positions that the classic rules count from the end of "http://" move one further for an
+// "https://" URL under the modern profile.
+qsizetype schemeShift(QStringView url, CrawlProfile profile);
+
+// The host part of base: everything before the first "/" at or after character 8.
+QString hostOf(const QString &base, CrawlProfile profile);
+
+// "http://www." (and "https://www." under modern): the empty-site link that is never listed.
+bool isBareWww(QStringView link, CrawlProfile profile);
+
+// Some entry occurs in text, letter case ignored.
+bool containsAny(QStringView text, const QStringList &entries);
+
+} // namespace corvane::link_rules

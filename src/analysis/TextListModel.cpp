@@ -1,0 +1,138 @@
+#include "analysis/TextListModel.h"
+
+namespace corvane {
+
+TextListModel::TextListModel(QObject *parent) : QAbstractListModel(parent) {}
+
+int TextListModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : int(m_rows.size());
+}
+
+QVariant TextListModel::data(const QModelIndex &index, int role) const
+{
+    if (!index.isValid() || index.row() >= m_rows.size())
+        return {};
+    const Row &row = m_rows.at(index.row());
+    switch (role) {
+    case Qt::DisplayRole:
+    case Qt::EditRole:
+        return row.text;
+    case Qt::CheckStateRole:
+        return row.selected ? Qt::Checked : Qt::Unchecked;
+    default:
+        return {};
+    }
+}
+
+bool TextListModel::setData(const QModelIndex &index, const QVariant &value, int role)
+{
+    if (!index.isValid() || index.row() >= m_rows.size() || role != Qt::CheckStateRole)
+        return false;
+    setSelected(index.row(), value.toInt() == Qt::Checked);
+    return true;
+}
+
+Qt::ItemFlags TextListModel::flags(const QModelIndex &index) const
+{
+    if (!index.isValid())
+        return Qt::NoItemFlags;
+    return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable;
+}
+
+QStringList TextListModel::texts() const
+{
+    QStringList out;
+    out.reserve(m_rows.size());
+    for (const Row &row : m_rows)
+        out.append(row.text);
+    return out;
+}
+
+void TextListModel::indexAdd(const QString &text)
+{
+    ++m_index[text];
+}
+
+void TextListModel::indexRemove(const QString &text)
+{
+    const auto it = m_index.find(text);
+    if (it == m_index.end())
+        return;
+    if (--it.value() == 0)
+        m_index.erase(it);
+}
+
+void TextListModel::append(const QString &text, bool selected)
+{
+    const int row = int(m_rows.size());
+    beginInsertRows(QModelIndex(), row, row);
+    m_rows.append(Row{text, selected});
+    indexAdd(text);
+    endInsertRows();
+}
+
+void TextListModel::append(const QStringList &texts, bool selected)
+{
+    if (texts.isEmpty())
+        return;
+    const int first = int(m_rows.size());
+    beginInsertRows(QModelIndex(), first, first + int(texts.size()) - 1);
+    m_rows.reserve(m_rows.size() + texts.size());
+    for (const QString &text : texts) {
+        m_rows.append(Row{text, selected});
+        indexAdd(text);
+    }
+    endInsertRows();
+}
+
+QString TextListModel::takeFirst()
+{
+    if (m_rows.isEmpty())
+        return {};
+    beginRemoveRows(QModelIndex(), 0, 0);
+    QString text = m_rows.takeFirst().text;
+    indexRemove(text);
+    endRemoveRows();
+    return text;
+}
+
+void TextListModel::removeAt(qsizetype row)
+{
+    if (row < 0 || row >= m_rows.size())
+        return;
+    beginRemoveRows(QModelIndex(), int(row), int(row));
+    indexRemove(m_rows.at(row).text);
+    m_rows.removeAt(row);
+    endRemoveRows();
+}
+
+void TextListModel::clear()
+{
+    if (m_rows.isEmpty())
+        return;
+    beginResetModel();
+    m_rows.clear();
+    m_index.clear();
+    endResetModel();
+}
+
+void TextListModel::setSelected(qsizetype row, bool selected)
+{
+    if (row < 0 || row >= m_rows.size() || m_rows.at(row).selected == selected)
+        return;
+    m_rows[row].selected = selected;
+    const QModelIndex changed = index(int(row));
+    emit dataChanged(changed, changed, {Qt::CheckStateRole});
+}
+
+qsizetype TextListModel::firstSelected(qsizetype from) const
+{
+    for (qsizetype row = qMax<qsizetype>(from, 0); row < m_rows.size(); ++row) {
+        if (m_rows.at(row).selected)
+            return row;
+    }
+    return -1;
+}
+
+} // namespace corvane

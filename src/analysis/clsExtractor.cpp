@@ -1,0 +1,159 @@
+#include "analysis/clsExtractor.h"
+
+#include "analysis/AnchorParser.h"
+#include "analysis/EmailMatcher.h"
+#include "analysis/LinkRules.h"
+
+namespace corvane {
+
+using namespace link_rules;
+
+namespace {
+
+// Every match of the link pattern HREF="[^"#]+[.][^"#]+ (letter case ignored), in order.
+// A match is "HREF=\"" plus the whole run of characters up to the next quote or "#", provided
+// the run has a "." with at least one character on each side; otherwise there is no match
+// at that HREF and the search goes on right after its "h".
+template <typename Fn>
+void forEachHrefMatch(QStringView content, Fn &&fn)
+{
+    constexpr QStringView prefix = u"href=\"";
+    qsizetype from = 0;
+    while (true) {
+        const qsizetype begin = content.indexOf(prefix, from, Qt::CaseInsensitive);
+        if (begin < 0)
+            return;
+        const qsizetype runStart = begin + prefix.size();
+        qsizetype runEnd = runStart;
+        while (runEnd < content.size() && content.at(runEnd) != QLatin1Char('"') &&
+               content.at(runEnd) != QLatin1Char('#'))
+            ++runEnd;
+        const QStringView run = content.sliced(runStart, runEnd - runStart);
+        const qsizetype dot = run.indexOf(QLatin1Char('.'), 1);
+        if (dot > 0 && dot < run.size() - 1) {
+            fn(content.sliced(begin, runEnd - begin), run);
+            from = runEnd;
+        } else {
+            from = begin + 1;
+        }
+    }
+}
+
+// A relative link t joined to root: "/x" -> root/x, "../x" -> root/x, "x" -> root/x.
+QString joinRelative(const QString &root, QStringView t)
+{
+    QString link = root;
+    if (t.startsWith(QLatin1Char('/')))
+        link += t;
+    else if (t.startsWith(u"../"))
+        link += t.mid(2);
+    else
+        link += QLatin1Char('/') + t.toString();
+    return link;
+}
+
+void listOnce(AnalysisContext &ctx, TextListModel &list, const QString &url)
+{
+    if (ctx.seenUrls.contains(url))
+        return;
+    ctx.seenUrls.add(url);
+    list.append(url);
+}
+
+} // namespace
+
+QString clsExtractor::MakeBaseURL(const QString &url, CrawlProfile profile)
+{
+    const qsizetype shift = schemeShift(url, profile);
+    const qsizetype lastSlash = url.lastIndexOf(QLatin1Char('/')) + 1; // 1-based, 0 = none
+    const qsizetype doubleSlash = inStr(9 + shift, url, u"//", Qt::CaseInsensitive);
+    if (lastSlash < 8 + shift)
+        return url;
+    if (doubleSlash == 0)
+        return url.left(lastSlash - 1);
+    return QString();
+}
+
+QString clsExtractor::FetchURLLinks(const QString &content, const QString &base)
+{
+    m_ctx.baseURL = base;
+    const bool baseHasAt = base.contains(QLatin1Char('@'));
+    forEachHrefMatch(content, [&](QStringView match, QStringView t) {
+        if (containsWebScheme(match, m_ctx.profile)) {
+            if (!match.contains(QLatin1Char('@')))
+                listOnce(m_ctx, m_ctx.lstResult, t.toString());
+            return;
+        }
+        if (baseHasAt || t.contains(QLatin1Char('@')))
+            return;
+        listOnce(m_ctx, m_ctx.lstResult, joinRelative(base, t));
+    });
+    return QStringLiteral("Sucess");
+}
+
+QString clsExtractor::FetchURLDetails(const QString &content, const QString &base)
+{
+    const QString host = hostOf(base, m_ctx.profile);
+    const bool hostHasAt = host.contains(QLatin1Char('@'));
+    const QStringList &excluded = m_ctx.filters.excludedDomains;
+    forEachHrefMatch(content, [&](QStringView match, QStringView t) {
+        if (!containsWebScheme(match, m_ctx.profile)) {
+            const QString link = joinRelative(host, t);
+            if (containsAny(link, excluded) || m_ctx.seenUrls.contains(link) ||
+                isBareWww(link, m_ctx.profile) || trimBlanks(link).isEmpty() || hostHasAt ||
+                t.contains(QLatin1Char('@')))
+                return;
+            listOnce(m_ctx, m_ctx.lstDetails, link);
+            return;
+        }
+        // Same site: the host occurs somewhere in the link.
+        if (!match.contains(host, Qt::CaseInsensitive))
+            return;
+        if (containsAny(match, excluded) || isBareWww(t, m_ctx.profile) ||
+            trimBlanks(t).isEmpty() || t.contains(QLatin1Char('@')))
+            return;
+        listOnce(m_ctx, m_ctx.lstDetails, t.toString());
+    });
+    return QStringLiteral("Sucess");
+}
+
+QString clsExtractor::FetchLinks(const QString &content, const QString &base)
+{
+    Q_UNUSED(base);
+    m_ctx.parseMode = 1;
+    SplitAnchors(m_ctx, content,
+                 [this](const QString &anchor) { return ParseResultAnchor(m_ctx, anchor); });
+    // The count is a 16-bit value; a queue beyond its range leaves the last count standing,
+    // as the overflowing assignment did.
+    const qsizetype results = m_ctx.lstResult.count();
+    if (results <= 32767)
+        m_ctx.resultCount = qint16(results);
+    if (m_ctx.resultCount > 0)
+        m_ctx.firstPagePending = false;
+    return QString();
+}
+
+QString clsExtractor::FetchDetails(const QString &content, QString &base)
+{
+    const qsizetype slash = inStr(8 + schemeShift(base, m_ctx.profile), base, u"/");
+    if (slash > 0)
+        base = base.left(slash - 1);
+    const QString host = base;
+    m_ctx.parseMode = 2;
+    SplitAnchors(m_ctx, content, [this, &host](const QString &anchor) {
+        return ParseDetailAnchor(m_ctx, host, anchor);
+    });
+    return QString();
+}
+
+int clsExtractor::ExtractEmails(QByteArrayView text)
+{
+    return corvane::ExtractEmails(text, m_ctx.filters, m_ctx.leadSet(), m_ctx.lstMailList);
+}
+
+int clsExtractor::ExtractEmails(QStringView text)
+{
+    return ExtractEmails(QByteArrayView(text.toLatin1()));
+}
+
+} // namespace corvane

@@ -1,6 +1,7 @@
 #include "scan/FileTypeList.h"
 
 #include "common/DataFolder.h"
+#include "scan/IniText.h"
 
 #include <QSettings>
 
@@ -21,10 +22,7 @@ QString readValue(QSettings &ini, const QString &key, const QString &fallback)
     const QVariant value = ini.value(kSection + QLatin1Char('/') + key);
     if (!value.isValid())
         return fallback;
-    // A value with a comma comes back as a list; the file held it as one text.
-    const QString text = value.typeId() == QMetaType::QStringList
-                             ? value.toStringList().join(QLatin1Char(','))
-                             : value.toString();
+    const QString text = iniText(value);
     return text.trimmed().left(kMaxValueLength).trimmed();
 }
 

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "analysis/AnalysisContext.h"
+#include "common/Result.h"
+
+#include <QString>
+
+namespace corvane {
+
+// The import behind frmImport: every web address linked from a bookmark file (a browser's
+// HTML bookmark export, or any page of links) is appended to the context's lstURLList, as
+// the main window's start URLs. The file is cut into anchors and each anchor is taken by
+// the result-page link rules, which list absolute addresses only while the search-engine
+// option is off (the import runs with the main window in that state).
+struct BookmarkImport
+{
+    static inline const QString kEmptyPathMessage =
+        QStringLiteral("Please enter path of the file.");
+
+    // Fails only for an empty path; a missing or unreadable file adds nothing. Returns the
+    // number of addresses appended.
+    static Result<qsizetype> run(AnalysisContext &ctx, const QString &path);
+};
+
+} // namespace corvane

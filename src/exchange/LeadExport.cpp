@@ -1,0 +1,50 @@
+#include "exchange/LeadExport.h"
+
+#include "exchange/CategoryList.h"
+#include "exchange/VCard.h"
+#include "scan/ReadWorkbook.h"
+
+namespace corvane {
+
+LeadExport::LeadExport(QObject *parent) : QObject(parent)
+{
+    reloadCategories();
+}
+
+Result<qsizetype> LeadExport::fetch(const QString &path)
+{
+    if (path.trimmed().isEmpty())
+        return fail(kSelectFileMessage);
+    auto read = ReadWorkbook(path.trimmed());
+    if (!read)
+        return read.error();
+    m_leads.append(read.value());
+    return m_leads.count();
+}
+
+void LeadExport::reloadCategories()
+{
+    m_categories = CategoryList::load();
+}
+
+bool LeadExport::addCategory(const QString &name)
+{
+    const bool added = CategoryList::add(name);
+    reloadCategories();
+    return added;
+}
+
+Result<QString> LeadExport::exportTo(const QString &vcfPath, const QString &category)
+{
+    if (m_leads.isEmpty())
+        return kNoLeadsMessage;
+    auto written = writeVCardFile(vcfPath, m_leads.texts(), category.trimmed(),
+                                  [this](int done, int total) { emit progress(done, total); });
+    // The list is emptied only once every contact is safely on disk.
+    if (!written)
+        return written.error();
+    m_leads.clear();
+    return kCompleteMessage;
+}
+
+} // namespace corvane

@@ -57,6 +57,10 @@ struct RunClock
     // minute (60000 ms or more), in that order: the hour turns one tick after the minute
     // label first reads 60, and that tick's second is not carried over.
     void advance(qint32 intervalMs);
+    // The two halves of advance(): the seconds, then the hour and minute turn-over. The
+    // clean-up mark is looked at between them.
+    void addInterval(qint32 intervalMs);
+    void turnOver();
 };
 
 // The minute marks at which the browser cache and old temporary files are purged: every

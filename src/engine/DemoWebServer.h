@@ -8,7 +8,7 @@
 #include <QStringList>
 
 class QTcpServer;
-class QTcpSocket;
+class QUrlQuery;
 
 namespace corvane {
 
@@ -28,6 +28,7 @@ namespace corvane {
 //   /_fault/stall               the request is read and never answered
 //   /_fault/large?bytes=N       N bytes of filler (default 1 GiB), produced as the client reads
 //   /_fault/gzip-bomb?bytes=N   gzip-encoded zeros that decode to N bytes (default 1 GiB)
+//   /_fault/gzip?bytes=N        N bytes of text, gzip-encoded (deflate: /_fault/deflate)
 //   /_fault/redirect-loop       redirects to itself forever
 //   /_fault/redirect?n=K&to=P   K redirects, then to path P (default "/acme/")
 //   /_fault/hold?ms=T           an ordinary small page, answered after T ms (default 200)
@@ -65,12 +66,19 @@ public:
     int openConnections() const { return m_openConnections; }
     void resetStatistics();
 
+    // The page /_fault/gzip and /_fault/deflate send compressed: bytes of text with one
+    // address per line.
+    static QByteArray compressibleText(qint64 bytes);
+
 private:
     class Connection;
     friend class Connection;
 
     void onNewConnection();
     void connectionClosed();
+    void answer(Connection *connection, const QString &target, bool close);
+    void answerFault(Connection *connection, const QString &fault, const QUrlQuery &query,
+                     bool close);
     QByteArray fileBody(const QString &path, QByteArray *contentType, bool *found) const;
 
     QTcpServer *m_server = nullptr;

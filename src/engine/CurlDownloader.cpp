@@ -1,0 +1,650 @@
+#include "engine/CurlDownloader.h"
+
+#include "common/AppSettings.h"
+#include "engine/RobotsRules.h"
+
+#include <QMetaObject>
+#include <QUrl>
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <deque>
+#include <mutex>
+#include <thread>
+#include <unordered_map>
+#include <variant>
+#include <vector>
+
+namespace corvane {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kDefaultTimeoutMs = 30000;
+constexpr int kRobotsTimeoutCapMs = 15000;
+constexpr qint64 kRobotsMaxBytes = 512 * 1024;
+constexpr int kPollCapMs = 250;
+constexpr std::size_t kMaxSitesRemembered = 50000;
+const QByteArray kProductToken = "Corvane";
+
+void initCurlOnce()
+{
+    static const bool done = [] {
+        curl_global_init(CURL_GLOBAL_DEFAULT);
+        return true;
+    }();
+    (void)done;
+}
+
+// The address as curl wants it: blanks and other stray characters percent-encoded.
+QByteArray encodedUrl(const QString &url)
+{
+    const QUrl parsed(url.trimmed(), QUrl::TolerantMode);
+    return parsed.isValid() ? parsed.toEncoded() : url.trimmed().toUtf8();
+}
+
+// "scheme://host:port" of an http(s) address, or empty when robots rules cannot apply.
+QString siteKey(const QUrl &url)
+{
+    const QString scheme = url.scheme().toLower();
+    if ((scheme != QLatin1String("http") && scheme != QLatin1String("https")) ||
+        url.host().isEmpty())
+        return {};
+    const int port = url.port(scheme == QLatin1String("https") ? 443 : 80);
+    return scheme + QLatin1String("://") + url.host().toLower() + QLatin1Char(':') +
+           QString::number(port);
+}
+
+QByteArray robotsPath(const QUrl &url)
+{
+    QByteArray path = url.path(QUrl::FullyEncoded).toUtf8();
+    if (path.isEmpty())
+        path = "/";
+    if (url.hasQuery())
+        path += '?' + url.query(QUrl::FullyEncoded).toUtf8();
+    return path;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------
+// Options
+
+QByteArray DownloadOptions::defaultUserAgent()
+{
+    return QByteArrayLiteral("Mozilla/5.0 (compatible; Corvane/0.1; lead harvester)");
+}
+
+DownloadOptions DownloadOptions::fromSettings()
+{
+    DownloadOptions options;
+    const auto settings = openSettings();
+    options.honourRobots = settings->value(QStringLiteral("Download/HonourRobots"), true).toBool();
+    bool ok = false;
+    const qint64 cap =
+        settings->value(QStringLiteral("Download/MaxPageBytes"), options.maxPageBytes)
+            .toLongLong(&ok);
+    if (ok && cap > 0)
+        options.maxPageBytes = cap;
+    return options;
+}
+
+ProxySettings ProxySettings::fromJob(const QString &typeText, const QString &host, int port,
+                                     const QString &userName, const QString &password,
+                                     const QString &remoteDnsText)
+{
+    ProxySettings proxy;
+    const QString type = typeText.trimmed().toLower();
+    if (type.contains(QLatin1String("socks5")))
+        proxy.kind = Kind::Socks5;
+    else if (type.contains(QLatin1String("socks4")))
+        proxy.kind = Kind::Socks4;
+    else if (type.contains(QLatin1String("normal")) || type.contains(QLatin1String("http")))
+        proxy.kind = Kind::Http;
+    proxy.host = host.trimmed();
+    proxy.port = port;
+    if (proxy.host.isEmpty() || port <= 0 || port > 65535)
+        return ProxySettings{};
+    proxy.userName = userName.trimmed();
+    proxy.password = password;
+    proxy.remoteDns = remoteDnsText.trimmed() == QLatin1String("1");
+    if (proxy.kind == Kind::None)
+        return ProxySettings{};
+    return proxy;
+}
+
+// ---------------------------------------------------------------------------------------
+// Worker: owns the curl multi handle and everything it runs. Only the command queue is
+// shared with the owner's thread.
+
+class CurlDownloader::Worker
+{
+public:
+    explicit Worker(CurlDownloader *owner, const DownloadOptions &options);
+    ~Worker();
+    Worker(const Worker &) = delete;
+    Worker &operator=(const Worker &) = delete;
+
+    void add(const QString &url, int timeoutMs, int slot, std::uint64_t generation);
+    void cancelBelow(std::uint64_t generation);
+    void setOptions(const DownloadOptions &options);
+    DownloadOptions options() const;
+    int robotsFetches() const { return m_robotsFetches.load(); }
+
+private:
+    using OptionsPtr = std::shared_ptr<const DownloadOptions>;
+
+    struct Request
+    {
+        QString url;
+        int slot = 0;
+        std::uint64_t generation = 0;
+        Clock::time_point deadline;
+        OptionsPtr options;
+    };
+
+    struct Transfer
+    {
+        Request request;
+        CURL *easy = nullptr;
+        QByteArray body;
+        qint64 cap = 0;
+        bool overflow = false;
+        QString robotsSite; // set for a robots.txt fetch
+    };
+
+    struct Site
+    {
+        bool known = false;
+        RobotsRules rules;
+        std::vector<Request> waiting;
+    };
+
+    struct AddCommand
+    {
+        Request request;
+    };
+    struct CancelCommand
+    {
+        std::uint64_t generation;
+    };
+    using Command = std::variant<AddCommand, CancelCommand>;
+
+    void post(Command command);
+    void run();
+    void takeCommands();
+    void accept(Request request);
+    void startRobotsFetch(const QString &site, const QUrl &pageUrl, const Request &page);
+    void startPages();
+    bool startTransfer(Transfer *transfer, const QByteArray &url);
+    void finishTransfers();
+    void robotsArrived(const QString &site, const RobotsRules &rules);
+    void complete(const Request &request, const QByteArray &body);
+    void dropAll();
+    CURL *takeEasy();
+    void configure(CURL *easy, Transfer *transfer, const QByteArray &url, long timeoutMs);
+
+    static size_t onWrite(char *data, size_t size, size_t count, void *userData);
+
+    CurlDownloader *m_owner;
+    CURLM *m_multi = nullptr;
+    std::thread m_thread;
+
+    mutable std::mutex m_mutex; // guards m_commands, m_options, m_stop
+    std::vector<Command> m_commands;
+    OptionsPtr m_options;
+    bool m_stop = false;
+    std::atomic<int> m_robotsFetches{0};
+
+    // Worker-thread state.
+    std::uint64_t m_minGeneration = 0;
+    std::deque<Request> m_ready;
+    std::vector<std::unique_ptr<Transfer>> m_transfers;
+    std::unordered_map<QString, Site> m_sites;
+    std::vector<CURL *> m_spareEasies;
+    int m_runningPages = 0;
+    long m_hostCap = 0;
+};
+
+CurlDownloader::Worker::Worker(CurlDownloader *owner, const DownloadOptions &options)
+    : m_owner(owner), m_options(std::make_shared<DownloadOptions>(options))
+{
+    initCurlOnce();
+    m_multi = curl_multi_init();
+    curl_multi_setopt(m_multi, CURLMOPT_MAXCONNECTS, 200L);
+    m_thread = std::thread([this] { run(); });
+}
+
+CurlDownloader::Worker::~Worker()
+{
+    {
+        std::lock_guard lock(m_mutex);
+        m_stop = true;
+    }
+    curl_multi_wakeup(m_multi);
+    m_thread.join();
+    dropAll();
+    for (CURL *easy : m_spareEasies)
+        curl_easy_cleanup(easy);
+    curl_multi_cleanup(m_multi);
+}
+
+void CurlDownloader::Worker::post(Command command)
+{
+    {
+        std::lock_guard lock(m_mutex);
+        m_commands.push_back(std::move(command));
+    }
+    curl_multi_wakeup(m_multi);
+}
+
+void CurlDownloader::Worker::add(const QString &url, int timeoutMs, int slot,
+                                 std::uint64_t generation)
+{
+    Request request;
+    request.url = url;
+    request.slot = slot;
+    request.generation = generation;
+    request.deadline =
+        Clock::now() + std::chrono::milliseconds(timeoutMs > 0 ? timeoutMs : kDefaultTimeoutMs);
+    {
+        std::lock_guard lock(m_mutex);
+        request.options = m_options;
+    }
+    post(AddCommand{std::move(request)});
+}
+
+void CurlDownloader::Worker::cancelBelow(std::uint64_t generation)
+{
+    post(CancelCommand{generation});
+}
+
+void CurlDownloader::Worker::setOptions(const DownloadOptions &options)
+{
+    std::lock_guard lock(m_mutex);
+    m_options = std::make_shared<DownloadOptions>(options);
+}
+
+DownloadOptions CurlDownloader::Worker::options() const
+{
+    std::lock_guard lock(m_mutex);
+    return *m_options;
+}
+
+void CurlDownloader::Worker::run()
+{
+    for (;;) {
+        {
+            std::lock_guard lock(m_mutex);
+            if (m_stop)
+                return;
+        }
+        takeCommands();
+        startPages();
+        int running = 0;
+        curl_multi_perform(m_multi, &running);
+        finishTransfers();
+        startPages(); // slots freed by finished pages
+        curl_multi_poll(m_multi, nullptr, 0, kPollCapMs, nullptr);
+    }
+}
+
+void CurlDownloader::Worker::takeCommands()
+{
+    std::vector<Command> commands;
+    {
+        std::lock_guard lock(m_mutex);
+        commands.swap(m_commands);
+    }
+    for (Command &command : commands) {
+        if (auto *add = std::get_if<AddCommand>(&command)) {
+            if (add->request.generation >= m_minGeneration)
+                accept(std::move(add->request));
+        } else {
+            m_minGeneration = std::get<CancelCommand>(command).generation;
+            dropAll();
+        }
+    }
+}
+
+// Routes a new page: straight to the ready queue, to its site's robots wait list, or to an
+// empty completion when the site's rules forbid it.
+void CurlDownloader::Worker::accept(Request request)
+{
+    if (!request.options->honourRobots) {
+        m_ready.push_back(std::move(request));
+        return;
+    }
+    const QUrl url(request.url.trimmed(), QUrl::TolerantMode);
+    const QString key = siteKey(url);
+    if (key.isEmpty()) {
+        m_ready.push_back(std::move(request)); // curl reports the bad address
+        return;
+    }
+    auto found = m_sites.find(key);
+    if (found == m_sites.end()) {
+        if (m_sites.size() >= kMaxSitesRemembered) {
+            // Forget what is settled; sites still waiting for their robots.txt stay.
+            for (auto it = m_sites.begin(); it != m_sites.end();)
+                it = it->second.known ? m_sites.erase(it) : std::next(it);
+        }
+        found = m_sites.emplace(key, Site{}).first;
+        found->second.waiting.push_back(request);
+        startRobotsFetch(key, url, request);
+        return;
+    }
+    Site &site = found->second;
+    if (!site.known) {
+        site.waiting.push_back(std::move(request));
+    } else if (site.rules.allows(robotsPath(url))) {
+        m_ready.push_back(std::move(request));
+    } else {
+        complete(request, {});
+    }
+}
+
+void CurlDownloader::Worker::startRobotsFetch(const QString &site, const QUrl &pageUrl,
+                                              const Request &page)
+{
+    auto transfer = std::make_unique<Transfer>();
+    transfer->robotsSite = site;
+    transfer->request.options = page.options;
+    transfer->request.deadline =
+        std::min(page.deadline, Clock::now() + std::chrono::milliseconds(kRobotsTimeoutCapMs));
+    transfer->cap = kRobotsMaxBytes;
+    QUrl robots = pageUrl.adjusted(QUrl::RemoveUserInfo | QUrl::RemoveQuery | QUrl::RemoveFragment |
+                                   QUrl::RemovePath);
+    robots.setPath(QStringLiteral("/robots.txt"));
+    transfer->request.url = robots.toString();
+    ++m_robotsFetches;
+    Transfer *raw = transfer.get();
+    m_transfers.push_back(std::move(transfer));
+    if (!startTransfer(raw, robots.toEncoded()))
+        robotsArrived(site, RobotsRules{});
+}
+
+void CurlDownloader::Worker::startPages()
+{
+    while (!m_ready.empty() && m_runningPages < m_ready.front().options->maxInFlight) {
+        Request request = std::move(m_ready.front());
+        m_ready.pop_front();
+        if (request.deadline <= Clock::now()) {
+            complete(request, {});
+            continue;
+        }
+        auto transfer = std::make_unique<Transfer>();
+        transfer->cap = request.options->maxPageBytes;
+        transfer->request = std::move(request);
+        Transfer *raw = transfer.get();
+        m_transfers.push_back(std::move(transfer));
+        ++m_runningPages;
+        startTransfer(raw, encodedUrl(raw->request.url));
+    }
+}
+
+// Adds the transfer to the multi handle; on failure completes it at once and returns false.
+bool CurlDownloader::Worker::startTransfer(Transfer *transfer, const QByteArray &url)
+{
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+                          transfer->request.deadline - Clock::now())
+                          .count();
+    CURL *easy = takeEasy();
+    const long hostCap = transfer->request.options->maxConnectionsPerHost;
+    if (hostCap != m_hostCap) {
+        curl_multi_setopt(m_multi, CURLMOPT_MAX_HOST_CONNECTIONS, hostCap);
+        m_hostCap = hostCap;
+    }
+    if (easy && left > 0) {
+        configure(easy, transfer, url, static_cast<long>(left));
+        if (curl_multi_add_handle(m_multi, easy) == CURLM_OK) {
+            transfer->easy = easy;
+            return true;
+        }
+    }
+    if (easy)
+        m_spareEasies.push_back(easy);
+    // Never started: finish it the way a failed transfer finishes.
+    const auto it = std::find_if(m_transfers.begin(), m_transfers.end(),
+                                 [&](const auto &t) { return t.get() == transfer; });
+    std::unique_ptr<Transfer> owned = std::move(*it);
+    m_transfers.erase(it);
+    if (owned->robotsSite.isEmpty()) {
+        --m_runningPages;
+        complete(owned->request, {});
+    }
+    return false;
+}
+
+CURL *CurlDownloader::Worker::takeEasy()
+{
+    if (m_spareEasies.empty())
+        return curl_easy_init();
+    CURL *easy = m_spareEasies.back();
+    m_spareEasies.pop_back();
+    curl_easy_reset(easy);
+    return easy;
+}
+
+void CurlDownloader::Worker::configure(CURL *easy, Transfer *transfer, const QByteArray &url,
+                                       long timeoutMs)
+{
+    const DownloadOptions &o = *transfer->request.options;
+    curl_easy_setopt(easy, CURLOPT_URL, url.constData());
+    curl_easy_setopt(easy, CURLOPT_PRIVATE, transfer);
+    curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Worker::onWrite);
+    curl_easy_setopt(easy, CURLOPT_WRITEDATA, transfer);
+    curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
+    curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
+    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, static_cast<long>(o.maxRedirects));
+    curl_easy_setopt(easy, CURLOPT_AUTOREFERER, 1L);
+    curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, ""); // every encoding curl can decode
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, timeoutMs);
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, timeoutMs);
+    curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(transfer->cap));
+    curl_easy_setopt(easy, CURLOPT_USERAGENT, o.userAgent.constData());
+    curl_easy_setopt(easy, CURLOPT_COOKIEFILE, ""); // cookies live for one page's redirects
+    const ProxySettings &p = o.proxy;
+    if (p.kind == ProxySettings::Kind::None) {
+        curl_easy_setopt(easy, CURLOPT_PROXY, ""); // and ignore *_proxy variables
+        return;
+    }
+    long type = CURLPROXY_HTTP;
+    if (p.kind == ProxySettings::Kind::Socks4)
+        type = p.remoteDns ? CURLPROXY_SOCKS4A : CURLPROXY_SOCKS4;
+    else if (p.kind == ProxySettings::Kind::Socks5)
+        type = p.remoteDns ? CURLPROXY_SOCKS5_HOSTNAME : CURLPROXY_SOCKS5;
+    curl_easy_setopt(easy, CURLOPT_PROXYTYPE, type);
+    curl_easy_setopt(easy, CURLOPT_PROXY, p.host.toUtf8().constData());
+    curl_easy_setopt(easy, CURLOPT_PROXYPORT, static_cast<long>(p.port));
+    curl_easy_setopt(easy, CURLOPT_NOPROXY, ""); // loopback goes through the proxy too
+    if (!p.userName.isEmpty()) {
+        curl_easy_setopt(easy, CURLOPT_PROXYUSERNAME, p.userName.toUtf8().constData());
+        curl_easy_setopt(easy, CURLOPT_PROXYPASSWORD, p.password.toUtf8().constData());
+    }
+}
+
+size_t CurlDownloader::Worker::onWrite(char *data, size_t size, size_t count, void *userData)
+{
+    auto *transfer = static_cast<Transfer *>(userData);
+    const size_t bytes = size * count;
+    if (transfer->body.size() + static_cast<qint64>(bytes) > transfer->cap) {
+        transfer->overflow = true;
+        return 0; // makes curl abandon the transfer
+    }
+    transfer->body.append(data, static_cast<qsizetype>(bytes));
+    return bytes;
+}
+
+void CurlDownloader::Worker::finishTransfers()
+{
+    int left = 0;
+    while (CURLMsg *msg = curl_multi_info_read(m_multi, &left)) {
+        if (msg->msg != CURLMSG_DONE)
+            continue;
+        CURL *easy = msg->easy_handle;
+        const CURLcode result = msg->data.result;
+        Transfer *transfer = nullptr;
+        curl_easy_getinfo(easy, CURLINFO_PRIVATE, reinterpret_cast<char **>(&transfer));
+        long status = 0;
+        curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+        curl_multi_remove_handle(m_multi, easy);
+        m_spareEasies.push_back(easy);
+
+        const auto it = std::find_if(m_transfers.begin(), m_transfers.end(),
+                                     [&](const auto &t) { return t.get() == transfer; });
+        if (it == m_transfers.end())
+            continue;
+        std::unique_ptr<Transfer> done = std::move(*it);
+        m_transfers.erase(it);
+        const bool ok = result == CURLE_OK && !done->overflow && status >= 200 && status < 300;
+        if (!done->robotsSite.isEmpty()) {
+            // Only a robots.txt that was really served restricts anything; a missing file,
+            // a server error or no answer leaves the site open.
+            robotsArrived(done->robotsSite,
+                          ok ? RobotsRules::parse(done->body, kProductToken) : RobotsRules{});
+            continue;
+        }
+        --m_runningPages;
+        complete(done->request, ok ? done->body : QByteArray());
+    }
+}
+
+void CurlDownloader::Worker::robotsArrived(const QString &key, const RobotsRules &rules)
+{
+    const auto found = m_sites.find(key);
+    if (found == m_sites.end())
+        return;
+    Site &site = found->second;
+    site.known = true;
+    site.rules = rules;
+    std::vector<Request> waiting;
+    waiting.swap(site.waiting);
+    for (Request &request : waiting) {
+        if (request.generation < m_minGeneration)
+            continue;
+        const QUrl url(request.url.trimmed(), QUrl::TolerantMode);
+        if (rules.allows(robotsPath(url)))
+            m_ready.push_back(std::move(request));
+        else
+            complete(request, {});
+    }
+}
+
+void CurlDownloader::Worker::complete(const Request &request, const QByteArray &body)
+{
+    if (request.generation < m_minGeneration)
+        return;
+    CurlDownloader *owner = m_owner;
+    QMetaObject::invokeMethod(
+        owner,
+        [owner, generation = request.generation, slot = request.slot, url = request.url, body] {
+            owner->deliver(generation, slot, url, body);
+        },
+        Qt::QueuedConnection);
+}
+
+// Drops every page of an older generation: queued, waiting for robots or running. Robots
+// fetches keep going so that their answer is not fetched twice.
+void CurlDownloader::Worker::dropAll()
+{
+    std::erase_if(m_ready, [&](const Request &r) { return r.generation < m_minGeneration; });
+    for (auto &[key, site] : m_sites)
+        std::erase_if(site.waiting,
+                      [&](const Request &r) { return r.generation < m_minGeneration; });
+    bool stopping = false;
+    {
+        std::lock_guard lock(m_mutex);
+        stopping = m_stop;
+    }
+    for (auto it = m_transfers.begin(); it != m_transfers.end();) {
+        Transfer *t = it->get();
+        const bool robots = !t->robotsSite.isEmpty();
+        if ((robots && !stopping) ||
+            (!robots && !stopping && t->request.generation >= m_minGeneration)) {
+            ++it;
+            continue;
+        }
+        if (t->easy) {
+            curl_multi_remove_handle(m_multi, t->easy);
+            m_spareEasies.push_back(t->easy);
+        }
+        if (!robots)
+            --m_runningPages;
+        it = m_transfers.erase(it);
+    }
+}
+
+// ---------------------------------------------------------------------------------------
+
+CurlDownloader::CurlDownloader(QObject *parent) : CurlDownloader(DownloadOptions{}, parent) {}
+
+CurlDownloader::CurlDownloader(DownloadOptions options, QObject *parent)
+    : PageDownloader(parent), m_worker(std::make_unique<Worker>(this, options))
+{
+}
+
+CurlDownloader::~CurlDownloader()
+{
+    m_worker.reset(); // joins the worker before QObject drops our posted completions
+}
+
+void CurlDownloader::setOptions(const DownloadOptions &options)
+{
+    m_worker->setOptions(options);
+}
+
+void CurlDownloader::setProxy(const ProxySettings &proxy)
+{
+    DownloadOptions o = m_worker->options();
+    o.proxy = proxy;
+    m_worker->setOptions(o);
+}
+
+DownloadOptions CurlDownloader::options() const
+{
+    return m_worker->options();
+}
+
+void CurlDownloader::Download(const QString &url, int timeoutMs, int slot)
+{
+    try {
+        m_worker->add(url, timeoutMs, slot, m_generation);
+        ++m_inFlight;
+    } catch (...) {
+        // Out of memory queuing one page: that page is simply never delivered.
+    }
+}
+
+void CurlDownloader::cancelAll()
+{
+    ++m_generation;
+    m_inFlight = 0;
+    m_worker->cancelBelow(m_generation);
+}
+
+int CurlDownloader::inFlight() const
+{
+    return m_inFlight;
+}
+
+int CurlDownloader::robotsFetches() const
+{
+    return m_worker->robotsFetches();
+}
+
+void CurlDownloader::deliver(std::uint64_t generation, int slot, const QString &url,
+                             const QByteArray &body)
+{
+    if (generation != m_generation)
+        return;
+    --m_inFlight;
+    emit DownloadComplete(slot, url, body);
+}
+
+} // namespace corvane

@@ -45,13 +45,13 @@ public:
     Result<std::optional<CatalogueEntry>> AddTaxonomy(const QString &input);
 
     const QList<CatalogueEntry> &entries() const { return m_entries; }
-    qint32 nextNumber() const { return m_next; }
+    qint64 nextNumber() const { return m_next; }
     // The window's list changes through deletion; keep the model in step.
     void setEntries(QList<CatalogueEntry> entries) { m_entries = std::move(entries); }
 
 private:
     QList<CatalogueEntry> m_entries;
-    qint32 m_next = 1;
+    qint64 m_next = 1;
 };
 
 // Mail groups (MailGroup.qdx): "number@name". The next mail-group number is one value for
@@ -68,13 +68,13 @@ public:
     Result<CatalogueEntry> AddMailGroup(const QString &name);
 
     const QList<CatalogueEntry> &entries() const { return m_entries; }
-    qint32 nextNumber() const { return m_next; }
+    qint64 nextNumber() const { return m_next; }
     // The group added last: next number - 1.
-    qint32 lastAddedNumber() const { return m_next - 1; }
+    qint64 lastAddedNumber() const { return m_next - 1; }
 
 private:
     QList<CatalogueEntry> m_entries;
-    qint32 m_next = 0;
+    qint64 m_next = 0;
 };
 
 // Keywords (Keyword.qdx): "number@mail-group number@keyword".
@@ -95,18 +95,21 @@ public:
 
     const QList<CatalogueEntry> &allKeywords() const { return m_all; }
     const QList<CatalogueEntry> &groupKeywords() const { return m_group; }
-    qint32 nextNumber() const { return m_next; }
+    qint64 nextNumber() const { return m_next; }
 
 private:
     QList<CatalogueEntry> m_all;
     QList<CatalogueEntry> m_group;
-    qint32 m_next = 1;
+    qint64 m_next = 1;
 };
 
 // Splits "number@rest" the way every catalogue reader does: the number is the text before
 // the first "@" as a signed 32-bit integer (surrounding spaces allowed), the rest is
 // everything after it. Nothing for a line without "@" or with a bad number.
 std::optional<CatalogueEntry> splitNumbered(const QString &recordText);
+
+// Numbers run out at the top of the signed 32-bit range; adding then fails with this.
+inline constexpr char kNumbersExhausted[] = "Overflow";
 
 // "12" -> 12 with the range and format rules of the files; nothing otherwise.
 std::optional<qint32> parseRecordNumber(QStringView text);

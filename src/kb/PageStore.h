@@ -113,6 +113,8 @@ private:
     QString m_timeStamp;
     bool m_takeTimeStamp = true;
     QString m_favoritesRoot;
+    // Favourites steps that failed during one SaveTaxonomy; they never stop the page.
+    QList<Result<void>> m_problems;
 };
 
 } // namespace corvane

@@ -1,0 +1,142 @@
+// corvane-cli kb: look into the stored knowledge bases from a shell.
+//
+//   kb list              NUMBER <tab> NAME <tab> FOLDER, one knowledge base a line
+//   kb show NAME         TERM <tab> PAGES, one taxonomy term of the knowledge base a line
+//   kb pages NAME TERM   PAGE <tab> ADDRESS <tab> FILE, one stored page a line
+
+#include "Command.h"
+
+#include "common/DataFolder.h"
+#include "kb/KnowledgeBaseCatalogue.h"
+#include "kb/ScrambleLine.h"
+#include "kb/clsIOFile.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+using namespace corvane;
+using namespace corvane::cli;
+
+namespace {
+
+const QString kUsage =
+    QStringLiteral("usage: corvane-cli kb list | kb show NAME | kb pages NAME TERM");
+
+QString keywordFolderOf(const KnowledgeBaseRecord &base, const QString &term)
+{
+    return QDir(base.folder.trimmed()).filePath(term);
+}
+
+Result<KnowledgeBaseRecord> knowledgeBaseNamed(const QString &name)
+{
+    Result<std::optional<KnowledgeBaseRecord>> found = KnowledgeBaseCatalogue::findByName(name);
+    if (!found)
+        return found.error();
+    if (!*found)
+        return fail(
+            QStringLiteral("no knowledge base named \"%1\" (see corvane-cli kb list)").arg(name));
+    return **found;
+}
+
+int list()
+{
+    Result<QList<KnowledgeBaseRecord>> bases = KnowledgeBaseCatalogue::knowledgeBases();
+    if (!bases)
+        return failure(bases.message());
+    QString text;
+    for (const KnowledgeBaseRecord &base : *bases)
+        text += QStringLiteral("%1\t%2\t%3\n")
+                    .arg(base.number)
+                    .arg(base.name, QDir::toNativeSeparators(base.folder));
+    writeOut(text);
+    return kExitOk;
+}
+
+int show(const QString &name)
+{
+    Result<KnowledgeBaseRecord> base = knowledgeBaseNamed(name);
+    if (!base)
+        return failure(base.message());
+    Result<QList<KeywordFolderRecord>> folders =
+        KnowledgeBaseCatalogue::keywordFoldersOf(base->number);
+    if (!folders)
+        return failure(folders.message());
+    QString text;
+    for (const KeywordFolderRecord &folder : *folders) {
+        clsIOFile index;
+        if (Result<void> opened =
+                index.OpenFile(keywordFolderOf(*base, folder.term), QStringLiteral("index.qdx"));
+            !opened)
+            return failure(opened.message());
+        text +=
+            QStringLiteral("%1\t%2\n").arg(folder.term).arg(index.isBound() ? index.RowCount() : 0);
+    }
+    writeOut(text);
+    return kExitOk;
+}
+
+int pages(const QString &name, const QString &term)
+{
+    Result<KnowledgeBaseRecord> base = knowledgeBaseNamed(name);
+    if (!base)
+        return failure(base.message());
+    Result<QList<KeywordFolderRecord>> folders =
+        KnowledgeBaseCatalogue::keywordFoldersOf(base->number);
+    if (!folders)
+        return failure(folders.message());
+    const bool known =
+        std::any_of(folders->begin(), folders->end(),
+                    [&](const KeywordFolderRecord &folder) { return folder.term == term; });
+    if (!known)
+        return failure(
+            QStringLiteral("knowledge base \"%1\" has no taxonomy term \"%2\"").arg(name, term));
+
+    const QString folder = keywordFolderOf(*base, term);
+    clsIOFile index;
+    if (Result<void> opened = index.OpenFile(folder, QStringLiteral("index.qdx")); !opened)
+        return failure(opened.message());
+    QString text;
+    for (int row = 1; index.isBound() && row <= index.RowCount(); ++row) {
+        Result<QString> stored = index.GetDataFromRow(row);
+        Result<QString> record = stored ? ScrambleLine(QStringView(*stored)) : stored;
+        const qsizetype split = record ? record->indexOf(QLatin1String("##")) : -1;
+        if (split < 0) {
+            writeErr(QStringLiteral("corvane-cli: %1 row %2 is damaged and was skipped\n")
+                         .arg(QDir::toNativeSeparators(index.folder() + index.fileName()))
+                         .arg(row));
+            continue;
+        }
+        const QString page = record->left(split);
+        text += QStringLiteral("%1\t%2\t%3\n")
+                    .arg(page, record->mid(split + 2),
+                         QDir::toNativeSeparators(
+                             QDir(folder).filePath(page + QStringLiteral(".htm"))));
+    }
+    writeOut(text);
+    return kExitOk;
+}
+
+int runKb(const QStringList &args)
+{
+    if (args.isEmpty())
+        return usageError(kUsage);
+    if (!QFileInfo(DataFolder::root()).isDir())
+        return usageError(QStringLiteral("no data folder at %1")
+                              .arg(QDir::toNativeSeparators(DataFolder::root())));
+    const QString &sub = args.first();
+    if (sub == QLatin1String("list") && args.size() == 1)
+        return list();
+    if (sub == QLatin1String("show") && args.size() == 2)
+        return show(args[1]);
+    if (sub == QLatin1String("pages") && args.size() == 3)
+        return pages(args[1], args[2]);
+    if (sub != QLatin1String("list") && sub != QLatin1String("show") &&
+        sub != QLatin1String("pages"))
+        return usageError(QStringLiteral("unknown kb command %1; %2").arg(sub, kUsage));
+    return usageError(kUsage);
+}
+
+CommandRegistration reg(QStringLiteral("kb"),
+                        QStringLiteral("list knowledge bases, their terms and pages"), runKb);
+
+} // namespace

@@ -1,0 +1,341 @@
+#include "kb/Deletion.h"
+
+#include "common/LeadFile.h"
+#include "kb/RecordFile.h"
+#include "kb/ScrambleLine.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <filesystem>
+
+namespace corvane {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::error_code removeEverything(const QString &folder)
+{
+    const fs::path root(folder.toStdU16String());
+    std::error_code error;
+    // Read-only files and folders would refuse to go; make them writable first.
+    if (fs::is_directory(fs::symlink_status(root, error))) {
+        for (fs::recursive_directory_iterator it(root, error), end; !error && it != end;
+             it.increment(error)) {
+            std::error_code ignored;
+            if (!it->is_symlink(ignored))
+                fs::permissions(it->path(), fs::perms::owner_write, fs::perm_options::add, ignored);
+        }
+        error.clear();
+    }
+    fs::remove_all(root, error);
+    return error;
+}
+
+FolderRemover &folderRemover()
+{
+    static FolderRemover remover = removeEverything;
+    return remover;
+}
+
+bool meansInUse(const std::error_code &error)
+{
+    return error == std::errc::permission_denied || error == std::errc::operation_not_permitted ||
+           error == std::errc::device_or_resource_busy || error == std::errc::text_file_busy;
+}
+
+// Removes a knowledge-base or keyword folder; never a drive root or the home folder, which
+// a damaged catalogue could name.
+Result<void> removeFolder(const QString &folder, const char *prefix)
+{
+    const QString trimmed = folder.trimmed();
+    const QFileInfo info(trimmed);
+    if (trimmed.isEmpty() || QDir(trimmed).isRoot() ||
+        QDir::cleanPath(info.absoluteFilePath()) == QDir::cleanPath(QDir::homePath()))
+        return fail(QLatin1String(prefix) +
+                    QStringLiteral("Refusing to delete %1").arg(QDir::toNativeSeparators(trimmed)));
+    if (!info.exists() && !info.isSymLink())
+        return {};
+    const std::error_code error = folderRemover()(trimmed);
+    if (!error)
+        return {};
+    if (meansInUse(error))
+        return fail(QLatin1String(kFileInUseMessage));
+    return fail(QLatin1String(prefix) + QString::fromStdString(error.message()));
+}
+
+QString normalisedPath(const QString &path)
+{
+    return QDir::cleanPath(QDir::fromNativeSeparators(path.trimmed()));
+}
+
+// The first number of a stored record, if it reads.
+std::optional<qint32> firstNumber(const QByteArray &stored)
+{
+    Result<QString> text = decodeRecord(stored);
+    if (!text)
+        return std::nullopt;
+    const std::optional<CatalogueEntry> entry = splitNumbered(*text);
+    return entry ? std::optional<qint32>(entry->number) : std::nullopt;
+}
+
+// The second number ("owner" or "mail group") of a stored record, if it reads.
+std::optional<qint32> secondNumber(const QByteArray &stored)
+{
+    Result<QString> text = decodeRecord(stored);
+    if (!text)
+        return std::nullopt;
+    const std::optional<CatalogueEntry> first = splitNumbered(*text);
+    const std::optional<CatalogueEntry> second = first ? splitNumbered(first->text) : std::nullopt;
+    return second ? std::optional<qint32>(second->number) : std::nullopt;
+}
+
+// Every stored line of a catalogue that is not blank; damaged lines are kept so that a
+// rewrite never loses what it does not understand.
+Result<QList<QByteArray>> storedRecords(const QString &path)
+{
+    if (Result<void> made = RecordFile::ensureExists(path); !made)
+        return made.error();
+    Result<QList<RecordFile::Line>> lines = RecordFile::readRecords(path);
+    if (!lines)
+        return lines.error();
+    QList<QByteArray> kept;
+    for (const RecordFile::Line &line : *lines) {
+        if (!line.isBlank())
+            kept.append(line.stored);
+    }
+    return kept;
+}
+
+template <typename Matches>
+qsizetype removeLines(QList<QByteArray> &lines, Matches matches)
+{
+    return lines.removeIf([&](const QByteArray &line) { return matches(line); });
+}
+
+Result<void> rewriteList(const QString &path, const QList<DeleteListItem> &items)
+{
+    QStringList records;
+    records.reserve(items.size());
+    for (const DeleteListItem &item : items)
+        records.append(QString::number(item.data) + QLatin1Char('@') + item.text);
+    return RecordFile::rewriteRecords(path, records);
+}
+
+QList<DeleteListItem> unselected(const QList<DeleteListItem> &items)
+{
+    QList<DeleteListItem> kept;
+    for (const DeleteListItem &item : items) {
+        if (!item.selected)
+            kept.append(item);
+    }
+    return kept;
+}
+
+void deleteKnowledgeBase(const DeleteRequest &request, DeleteOutcome &outcome)
+{
+    const qint32 number = request.knowledgeBaseNumber;
+    Result<QList<QByteArray>> keywords = storedRecords(CatalogueFiles::kbKeywords());
+    Result<QList<QByteArray>> bases = storedRecords(CatalogueFiles::kbMailGroups());
+    if (!keywords || !bases) {
+        outcome.problems.append(!keywords ? keywords.message() : bases.message());
+        return;
+    }
+    // The folder must be the one the catalogue records for this knowledge base, so that a
+    // damaged or stale request never removes an unrelated folder.
+    bool folderBelongs = false;
+    for (const QByteArray &line : std::as_const(*bases)) {
+        if (firstNumber(line) != number)
+            continue;
+        Result<QString> text = decodeRecord(line);
+        const QStringList fields = text ? text->split(QLatin1Char('@')) : QStringList();
+        const QString folder = fields.mid(3).join(QLatin1Char('@'));
+        folderBelongs = folderBelongs ||
+                        (!folder.trimmed().isEmpty() &&
+                         normalisedPath(folder) == normalisedPath(request.knowledgeBaseFolder));
+    }
+    removeLines(keywords.value(),
+                [&](const QByteArray &line) { return secondNumber(line) == number; });
+    removeLines(bases.value(), [&](const QByteArray &line) { return firstNumber(line) == number; });
+    if (Result<void> written =
+            RecordFile::rewriteStoredLines(CatalogueFiles::kbKeywords(), *keywords);
+        !written)
+        outcome.problems.append(written.message());
+    if (Result<void> written =
+            RecordFile::rewriteStoredLines(CatalogueFiles::kbMailGroups(), *bases);
+        !written)
+        outcome.problems.append(written.message());
+    outcome.reloadViewer = true;
+    if (!folderBelongs) {
+        outcome.problems.append(QStringLiteral("The folder %1 is not the one recorded for this "
+                                               "knowledge base; it was left in place")
+                                    .arg(QDir::toNativeSeparators(request.knowledgeBaseFolder)));
+        return;
+    }
+    if (Result<void> removed = DeleteKBFiles(request.knowledgeBaseFolder); !removed)
+        outcome.problems.append(removed.message());
+}
+
+} // namespace
+
+void setFolderRemover(FolderRemover remover)
+{
+    folderRemover() = remover ? std::move(remover) : FolderRemover(removeEverything);
+}
+
+Result<void> DeleteKBFiles(const QString &folder)
+{
+    return removeFolder(folder, "DeleteKBFiles->");
+}
+
+Result<DeleteOutcome> confirmDelete(const DeleteRequest &request)
+{
+    DeleteOutcome outcome;
+    outcome.list = request.list;
+    outcome.allKeywords = request.allKeywords;
+    switch (static_cast<DeleteRequestKind>(request.kind)) {
+    case DeleteRequestKind::Urls:
+    case DeleteRequestKind::Domains:
+    case DeleteRequestKind::ExcludeEmailTypes:
+    case DeleteRequestKind::IncludeEmailTypes:
+        outcome.list = unselected(request.list);
+        break;
+    case DeleteRequestKind::Taxonomy:
+        outcome.list = unselected(request.list);
+        if (Result<void> written = rewriteList(CatalogueFiles::taxonomy(), outcome.list); !written)
+            outcome.problems.append(written.message());
+        break;
+    case DeleteRequestKind::Keywords:
+        for (const DeleteListItem &item : request.list) {
+            if (item.selected)
+                outcome.allKeywords.removeIf(
+                    [&](const DeleteListItem &all) { return all.data == item.data; });
+        }
+        outcome.list = unselected(request.list);
+        if (Result<void> written = rewriteList(CatalogueFiles::keywords(), outcome.allKeywords);
+            !written)
+            outcome.problems.append(written.message());
+        break;
+    case DeleteRequestKind::SkipEmailExtraction:
+        outcome.skipEmail = true;
+        break;
+    case DeleteRequestKind::ReplaceLeadFile:
+        if (Result<void> written =
+                LeadFile::write(request.leadFileName + QStringLiteral(".csv"), request.leads);
+            !written)
+            outcome.problems.append(written.message());
+        break;
+    case DeleteRequestKind::KnowledgeBase:
+        deleteKnowledgeBase(request, outcome);
+        break;
+    default:
+        return fail(QStringLiteral("Unknown delete request %1").arg(request.kind));
+    }
+    return outcome;
+}
+
+DeleteOutcome declineDelete(const DeleteRequest &request)
+{
+    DeleteOutcome outcome;
+    outcome.list = request.list;
+    outcome.allKeywords = request.allKeywords;
+    if (request.kind == int(DeleteRequestKind::SkipEmailExtraction))
+        outcome.skipEmail = false;
+    return outcome;
+}
+
+QString MailGroupDeletion::KnowledgeBaseItem::displayText() const
+{
+    return name + QString(30, QLatin1Char(' ')) + QLatin1Char('!') + folder;
+}
+
+Result<void> MailGroupDeletion::open(qint32 preselect)
+{
+    MailGroupCatalogue groups;
+    Result<void> loaded = groups.LoadMailGroups();
+    m_mailGroups = groups.entries();
+    if (!loaded)
+        return loaded;
+    Result<QList<QByteArray>> bases = storedRecords(CatalogueFiles::kbMailGroups());
+    if (!bases)
+        return bases.error();
+    Result<QList<QByteArray>> keywords = storedRecords(CatalogueFiles::kbKeywords());
+    if (!keywords)
+        return keywords.error();
+    m_kbLines = std::move(bases).value();
+    m_keywordLines = std::move(keywords).value();
+    m_selected = m_mailGroups.isEmpty() ? 0 : m_mailGroups.first().number;
+    for (const CatalogueEntry &group : std::as_const(m_mailGroups)) {
+        if (group.number == preselect)
+            m_selected = preselect;
+    }
+    return {};
+}
+
+QList<MailGroupDeletion::KnowledgeBaseItem> MailGroupDeletion::knowledgeBases() const
+{
+    QList<KnowledgeBaseItem> items;
+    for (const QByteArray &line : m_kbLines) {
+        Result<QString> text = decodeRecord(line);
+        const QStringList fields = text ? text->split(QLatin1Char('@')) : QStringList();
+        if (fields.size() < 4)
+            continue;
+        const std::optional<qint32> number = parseRecordNumber(fields[0]);
+        const std::optional<qint32> group = parseRecordNumber(fields[1]);
+        if (number && group == m_selected)
+            items.append({*number, fields[2], fields.mid(3).join(QLatin1Char('@'))});
+    }
+    return items;
+}
+
+Result<void> MailGroupDeletion::deleteKnowledgeBases(const QList<qint32> &knowledgeBaseNumbers)
+{
+    const auto failed = [](const QString &description) {
+        return fail(QStringLiteral("DelMailGroup->") + description);
+    };
+    for (const KnowledgeBaseItem &item : knowledgeBases()) {
+        if (!knowledgeBaseNumbers.contains(item.number))
+            continue;
+        if (Result<void> removed = removeFolder(item.folder, "DelMailGroup->"); !removed)
+            return removed;
+        // Records go right after their folder, so a later failure leaves no record of a
+        // knowledge base whose folder is already gone.
+        removeLines(m_keywordLines,
+                    [&](const QByteArray &line) { return secondNumber(line) == item.number; });
+        removeLines(m_kbLines,
+                    [&](const QByteArray &line) { return firstNumber(line) == item.number; });
+        if (Result<void> written =
+                RecordFile::rewriteStoredLines(CatalogueFiles::kbKeywords(), m_keywordLines);
+            !written)
+            return failed(written.message());
+        if (Result<void> written =
+                RecordFile::rewriteStoredLines(CatalogueFiles::kbMailGroups(), m_kbLines);
+            !written)
+            return failed(written.message());
+    }
+    if (!knowledgeBases().isEmpty() || m_selected == 0)
+        return {};
+
+    // The mail group has no knowledge base left: it goes, with its keywords.
+    Result<QList<QByteArray>> keywords = storedRecords(CatalogueFiles::keywords());
+    if (!keywords)
+        return failed(keywords.message());
+    removeLines(keywords.value(),
+                [&](const QByteArray &line) { return secondNumber(line) == m_selected; });
+    if (Result<void> written =
+            RecordFile::rewriteStoredLines(CatalogueFiles::keywords(), *keywords);
+        !written)
+        return failed(written.message());
+    m_mailGroups.removeIf([&](const CatalogueEntry &group) { return group.number == m_selected; });
+    QStringList groups;
+    for (const CatalogueEntry &group : std::as_const(m_mailGroups))
+        groups.append(QString::number(group.number) + QLatin1Char('@') + group.text);
+    if (Result<void> written = RecordFile::rewriteRecords(CatalogueFiles::mailGroups(), groups);
+        !written)
+        return failed(written.message());
+    m_selected = m_mailGroups.isEmpty() ? 0 : m_mailGroups.first().number;
+    return {};
+}
+
+} // namespace corvane

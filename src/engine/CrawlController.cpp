@@ -1,0 +1,486 @@
+#include "engine/CrawlController.h"
+
+#include "common/Cp1252.h"
+#include "common/TimerSource.h"
+#include "engine/ConnectionProbe.h"
+#include "engine/CrawlSlots.h"
+#include "engine/EngineList.h"
+#include "engine/PageDownloader.h"
+#include "engine/ResumeController.h"
+#include "engine/RunLimits.h"
+#include "kb/DiskSpace.h"
+
+#include <QMetaObject>
+
+namespace corvane {
+
+namespace {
+constexpr int kDefaultPageTimeoutSeconds = 30;
+
+void startIfIdle(Timer &timer, int intervalMs)
+{
+    if (!timer.isActive())
+        timer.start(intervalMs);
+}
+} // namespace
+
+QString crawlStateName(CrawlState state)
+{
+    switch (state) {
+    case CrawlState::Idle:
+        return QStringLiteral("idle");
+    case CrawlState::Running:
+        return QStringLiteral("running");
+    case CrawlState::Stopped:
+        return QStringLiteral("stopped");
+    case CrawlState::EndedByUrlList:
+        return QStringLiteral("ended by the URL list");
+    case CrawlState::EndedBySingleUrl:
+        return QStringLiteral("ended by the single URL");
+    case CrawlState::EndedByLimit:
+        return QStringLiteral("ended by limit");
+    case CrawlState::WaitingForConnection:
+        return QStringLiteral("waiting for connection");
+    }
+    return {};
+}
+
+CrawlController::CrawlController(HarvestJob &job, CrawlProfile profile, const Parts &parts,
+                                 QObject *parent)
+    : QObject(parent), m_job(job), m_profile(profile), m_parts(parts),
+      m_crawlTimer(parts.timers->createTimer())
+{
+    m_monitor = std::make_unique<RunMonitor>(*parts.timers, [this] {
+        RunLimitInputs in;
+        in.stopAfter = m_job.stopAfter;
+        in.maxPages = m_job.maxPages;
+        in.maxLeads = m_job.maxLeads;
+        in.pageCounter = m_pageCounter;
+        in.leadCounter = m_parts.analysis->leadCount();
+        in.buildKnowledgeBase = m_job.buildKnowledgeBase;
+        in.knowledgeBasePageCounter = m_parts.store ? m_parts.store->storedPageCount() : 0;
+        return in;
+    });
+    m_resume = std::make_unique<ResumeController>(*parts.connection, *parts.timers);
+
+    connect(m_crawlTimer.get(), &Timer::timeout, this, &CrawlController::crawlStep);
+    connect(m_parts.downloader, &PageDownloader::DownloadComplete, this,
+            &CrawlController::onDownloadComplete);
+    connect(m_monitor.get(), &RunMonitor::limitHit, this,
+            [this](RunLimit, const QString &text) { endAtLimit(text); });
+    connect(m_monitor.get(), &RunMonitor::tickFailed, this, &CrawlController::message);
+    connect(m_monitor.get(), &RunMonitor::ticked, this, &CrawlController::progress);
+    connect(m_resume.get(), &ResumeController::clockPaused, this, [this] {
+        m_monitor->stop();
+        m_monitor->showConnectionLost();
+    });
+    connect(m_resume.get(), &ResumeController::processLinksRequested, this,
+            &CrawlController::ProcessLinks);
+    connect(m_resume.get(), &ResumeController::stopRequested, this, &CrawlController::Stop);
+    connect(m_resume.get(), &ResumeController::stateChanged, this,
+            [this](ResumeController::State resumeState) {
+                if (!isRunning())
+                    return;
+                setState(resumeState == ResumeController::State::Online
+                             ? CrawlState::Running
+                             : CrawlState::WaitingForConnection);
+            });
+}
+
+CrawlController::~CrawlController() = default;
+
+bool CrawlController::isRunning() const
+{
+    return m_state == CrawlState::Running || m_state == CrawlState::WaitingForConnection;
+}
+
+bool CrawlController::crawlTimerRunning() const
+{
+    return m_crawlTimer->isActive();
+}
+
+int CrawlController::crawlIntervalMs() const
+{
+    return crawl::crawlTickMs(m_pageTimeoutMs);
+}
+
+void CrawlController::setState(CrawlState state)
+{
+    if (m_state == state)
+        return;
+    m_state = state;
+    emit stateChanged(state);
+}
+
+void CrawlController::startCrawlTimer()
+{
+    startIfIdle(*m_crawlTimer, crawl::crawlTickMs(m_pageTimeoutMs));
+}
+
+void CrawlController::Start()
+{
+    m_monitor->start();
+    m_stopEnabled = true;
+    m_startEnabled = false;
+    m_saveLeadsEnabled = false;
+    m_resume->runStarted();
+    const int seconds = m_job.pageTimeout.trimmed().toInt();
+    m_pageTimeoutMs = (seconds > 0 ? seconds : kDefaultPageTimeoutSeconds) * 1000;
+    // A timer given its interval ticks; a resumed run must tick too, or a run stopped with
+    // only main pages queued would never take its next burst.
+    m_crawlTimer->start(crawl::crawlTickMs(m_pageTimeoutMs));
+    setState(CrawlState::Running);
+
+    if (m_stopped) {
+        crawlStep();
+        return;
+    }
+    if (!m_job.excludeEmailExtraction)
+        loadAddressFilterList();
+    m_checking = true;
+    m_parts.connection->check([this](bool connected) {
+        m_checking = false;
+        startNewRun(connected);
+    });
+}
+
+void CrawlController::startNewRun(bool connected)
+{
+    // Without a connection the crawl timer's next tick deals with it.
+    if (!connected || m_state != CrawlState::Running)
+        return;
+    runSourceStep();
+    if (m_job.searchType == SearchType::SearchEngines)
+        m_parts.analysis->setFirstPagePending(true);
+    if (m_parts.analysis->mainQueueSize() == 0)
+        m_downloadingVisible = true;
+    emit progress();
+}
+
+void CrawlController::loadAddressFilterList()
+{
+    CrawlSearchList &provider = *m_parts.searchList;
+    m_parts.analysis->setAddressFilterList(
+        readWithRefresh([&] { return provider.GetAddressFilterList(); },
+                        [&] { provider.RefreshAddressFilterList(); }));
+}
+
+void CrawlController::Stop()
+{
+    if (!m_limitReached) {
+        m_monitor->stop();
+        m_crawlTimer->stop();
+        m_saveLeadsEnabled = true;
+        m_startEnabled = true;
+        m_stopped = true;
+        setState(CrawlState::Stopped);
+    } else {
+        m_saveLeadsEnabled = true;
+        m_monitor->stop();
+        m_crawlTimer->stop();
+        m_stopped = false;
+    }
+    emit progress();
+}
+
+void CrawlController::ProcessLinks()
+{
+    if (!m_monitor->isActive())
+        m_monitor->start();
+    runSourceStep();
+}
+
+void CrawlController::windowActivated()
+{
+    switch (m_resume->windowActivated()) {
+    case ResumeController::ActivationAction::Nothing:
+        return;
+    case ResumeController::ActivationAction::EnableTimers:
+        if (!m_monitor->isActive())
+            m_monitor->start();
+        startCrawlTimer();
+        return;
+    case ResumeController::ActivationAction::EnableTimersAndProcessLinks:
+        if (!m_monitor->isActive())
+            m_monitor->start();
+        startCrawlTimer();
+        ProcessLinks();
+        return;
+    }
+}
+
+void CrawlController::runSourceStep()
+{
+    // Each source keeps its state for the controller's life; the job's type picks the one
+    // that steps.
+    switch (m_job.searchType) {
+    case SearchType::SearchEngines:
+        m_engineSource.step(*this);
+        break;
+    case SearchType::UrlList:
+        m_listSource.step(*this);
+        break;
+    case SearchType::SingleUrl:
+        m_singleSource.step(*this);
+        break;
+    }
+}
+
+void CrawlController::crawlStep()
+{
+    // A tick that comes while the last step's connection test is still out adds nothing.
+    if (m_checking)
+        return;
+    m_checking = true;
+    m_parts.connection->check([this](bool connected) {
+        m_checking = false;
+        stepAfterCheck(connected);
+    });
+}
+
+void CrawlController::stepAfterCheck(bool connected)
+{
+    if (!isRunning())
+        return; // stopped while the test was out
+    switch (m_resume->connectionTested(connected)) {
+    case ResumeController::StepVerdict::Skip:
+        setState(CrawlState::WaitingForConnection);
+        startCrawlTimer();
+        emit progress();
+        return;
+    case ResumeController::StepVerdict::ResumeThenProceed:
+        startCrawlTimer();
+        ProcessLinks();
+        break;
+    case ResumeController::StepVerdict::Proceed:
+        break;
+    }
+    stepBody();
+}
+
+void CrawlController::stepBody()
+{
+    if (m_job.buildKnowledgeBase && m_parts.store) {
+        if (const auto warning =
+                m_parts.store->GetDiskSpace(driveRootOf(m_job.knowledgeBaseRoot.trimmed())))
+            emit message(*warning);
+    }
+    if (m_parts.analysis->mainQueueSize() > 0)
+        m_downloadingVisible = false;
+    runSourceStep();
+    emit progress();
+}
+
+void CrawlController::endAtLimit(const QString &text)
+{
+    emit message(text);
+    m_limitReached = true;
+    Stop();
+    m_monitor->stop();
+    m_crawlTimer->stop();
+    m_startEnabled = false;
+    setState(CrawlState::EndedByLimit);
+    emit finished(text);
+}
+
+void CrawlController::endRun(SourceEnd how)
+{
+    if (how == SourceEnd::UrlListDone) {
+        m_crawlTimer->stop();
+        m_monitor->stop();
+        const QString text = QString::fromLatin1(kUrlListDoneMessage);
+        emit message(text);
+        setState(CrawlState::EndedByUrlList);
+        emit finished(text);
+        return;
+    }
+    const QString text = QString::fromLatin1(kSingleUrlDoneMessage);
+    emit message(text);
+    Stop();
+    m_crawlTimer->stop();
+    m_monitor->stop();
+    m_startEnabled = false;
+    setState(CrawlState::EndedBySingleUrl);
+    emit finished(text);
+}
+
+// --- bursts ---
+
+void CrawlController::startDownload(const QString &url, int slot)
+{
+    ++m_pending;
+    m_parts.downloader->Download(url, m_pageTimeoutMs, slot);
+}
+
+void CrawlController::DownloadNextPage(const QString &url)
+{
+    startDownload(url, crawl::kQuerySlot);
+    ++m_pageCounter;
+}
+
+void CrawlController::countExtraPage()
+{
+    ++m_pageCounter;
+}
+
+void CrawlController::DownloadMainPages()
+{
+    const qsizetype n = m_parts.analysis->mainQueueSize();
+    for (int i = 1; i <= n && i <= crawl::kMainBurst; ++i) {
+        const auto url = m_parts.analysis->takeMainPage();
+        if (!url)
+            break;
+        startDownload(url->trimmed(), crawl::kFirstMainSlot + i - 1);
+        ++m_pageCounter;
+    }
+}
+
+void CrawlController::DownloadPages()
+{
+    const qsizetype n = m_parts.analysis->linkQueueSize();
+    for (int i = 1; i <= n && i <= crawl::kLinkBurst; ++i) {
+        const auto url = m_parts.analysis->takeLinkPage();
+        if (!url)
+            break;
+        startDownload(url->trimmed(), crawl::kFirstLinkSlot + i - 1);
+        ++m_pageCounter;
+    }
+    startCrawlTimer();
+}
+
+void CrawlController::onDownloadComplete(int slot, const QString &url, const QByteArray &body)
+{
+    if (m_pending > 0)
+        --m_pending;
+    const auto group = crawl::slotGroup(slot);
+    const QString text = fromCp1252(body);
+    if (group && !text.trimmed().isEmpty()) {
+        m_burstHadBody = true;
+        CrawlAnalysis &analysis = *m_parts.analysis;
+        const bool engines = m_job.searchType == SearchType::SearchEngines;
+        const bool leadsWanted = !m_job.excludeEmailExtraction && text.contains(QLatin1Char('@'));
+        if (slot == crawl::kQuerySlot) {
+            const QString base = analysis.MakeBaseURL(m_currentMainUrl).trimmed();
+            if (engines)
+                analysis.FetchLinks(*group, text, base);
+            else
+                analysis.FetchURLLinks(*group, text, base);
+            ++m_pageCounter;
+            if (leadsWanted)
+                analysis.ExtractEmails(*group, text);
+        } else {
+            const QString base = analysis.MakeBaseURL(url).trimmed();
+            if (engines)
+                analysis.FetchDetails(*group, text, base);
+            else
+                analysis.FetchURLDetails(*group, text, base);
+            if (leadsWanted)
+                analysis.ExtractEmails(*group, text);
+            if (m_job.buildKnowledgeBase && m_parts.store) {
+                if (const auto problem = m_parts.store->SaveTaxonomy(url.trimmed(), body))
+                    emit message(*problem);
+            }
+        }
+        emit progress();
+    }
+    if (m_pending == 0 && m_profile == CrawlProfile::Modern)
+        chainNextBurst();
+}
+
+void CrawlController::chainNextBurst()
+{
+    if (m_chainQueued || m_state != CrawlState::Running || !m_crawlTimer->isActive())
+        return;
+    m_chainQueued = true;
+    // Queued, so the step runs after this arrival's handler has returned.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_chainQueued = false;
+            if (m_state != CrawlState::Running || !m_crawlTimer->isActive() || m_pending > 0)
+                return;
+            // The tick stays the upper bound, counted from this burst.
+            m_crawlTimer->start(crawl::crawlTickMs(m_pageTimeoutMs));
+            const bool provenOnline = m_burstHadBody;
+            m_burstHadBody = false;
+            if (provenOnline)
+                chainedStep();
+            else
+                crawlStep();
+        },
+        Qt::QueuedConnection);
+}
+
+void CrawlController::chainedStep()
+{
+    // Pages just arrived, so the connection is there: the step goes on without a test.
+    stepBody();
+}
+
+// --- the job and the analysis, for the URL sources ---
+
+qsizetype CrawlController::mainQueueSize() const
+{
+    return m_parts.analysis->mainQueueSize();
+}
+
+qsizetype CrawlController::linkQueueSize() const
+{
+    return m_parts.analysis->linkQueueSize();
+}
+
+std::optional<SelectedEngine> CrawlController::takeSelectedEngine()
+{
+    for (EngineChoice &entry : m_job.engines) {
+        if (entry.selected) {
+            entry.selected = false;
+            return SelectedEngine{entry.number, EngineEntry::addressOfLine(entry.text)};
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<SelectedKeyword> CrawlController::selectedKeywordFrom(int index) const
+{
+    for (int i = qMax(0, index); i < m_job.keywords.size(); ++i) {
+        if (m_job.keywords[i].selected)
+            return SelectedKeyword{i, m_job.keywords[i].text};
+    }
+    return std::nullopt;
+}
+
+std::optional<QString> CrawlController::takeSelectedStartUrl()
+{
+    for (qsizetype i = 0; i < m_job.urlList.size(); ++i) {
+        if (m_job.urlList[i].selected)
+            return m_job.urlList.takeAt(i).text;
+    }
+    return std::nullopt;
+}
+
+QString CrawlController::BuildQueryURL(int resultPage, int engineNumber, const QString &keyword)
+{
+    return m_parts.searchList->BuildQueryURL(resultPage, engineNumber, keyword);
+}
+
+bool CrawlController::firstPagePending() const
+{
+    return m_parts.analysis->firstPagePending();
+}
+
+void CrawlController::setFirstPagePending(bool pending)
+{
+    m_parts.analysis->setFirstPagePending(pending);
+}
+
+int CrawlController::resultCount() const
+{
+    return m_parts.analysis->resultCount();
+}
+
+void CrawlController::showMessage(const QString &text)
+{
+    emit message(text);
+}
+
+} // namespace corvane

@@ -1,0 +1,158 @@
+#pragma once
+
+#include "common/CrawlProfile.h"
+#include "engine/CrawlPorts.h"
+#include "engine/HarvestJob.h"
+#include "engine/UrlSources.h"
+
+#include <QObject>
+
+#include <memory>
+
+namespace corvane {
+
+class ConnectionCheck;
+class PageDownloader;
+class ResumeController;
+class RunMonitor;
+class Timer;
+class TimerSource;
+
+// What the run is doing, as the harvest window shows it with its buttons and timers.
+enum class CrawlState {
+    Idle,
+    Running,
+    Stopped,          // resumable: the next Start goes on from the queues
+    EndedByUrlList,   // Start off, Stop on
+    EndedBySingleUrl, // Start off, Save Leads on
+    EndedByLimit,     // Start off, Save Leads on
+    WaitingForConnection,
+};
+
+QString crawlStateName(CrawlState state);
+
+// Runs a harvest job: the crawl timer `tmrExtractor` asks the job's URL source for the next
+// burst, the downloader brings the pages back, and every page goes to analysis and, when
+// the job builds a knowledge base, to the store. The run monitor (`tmrTimer`) checks the
+// limits once a second; the resume controller carries the run over a lost connection.
+//
+// The job is read live: the owner may change its lists and check boxes between steps.
+class CrawlController final : public QObject, private CrawlActions
+{
+    Q_OBJECT
+public:
+    struct Parts
+    {
+        PageDownloader *downloader = nullptr;
+        TimerSource *timers = nullptr;
+        CrawlAnalysis *analysis = nullptr;
+        CrawlStore *store = nullptr; // may be null when no knowledge base is ever built
+        CrawlSearchList *searchList = nullptr;
+        ConnectionCheck *connection = nullptr;
+    };
+
+    CrawlController(HarvestJob &job, CrawlProfile profile, const Parts &parts,
+                    QObject *parent = nullptr);
+    ~CrawlController() override;
+
+    // cmdStart, once the job's start validation has passed: start or resume.
+    void Start();
+    // cmdStop: by the user, or at the end of a run.
+    void Stop();
+    // After a lost connection returns: the clock goes on and the source takes one step.
+    void ProcessLinks();
+    // What the harvest window does when it is activated after the resume dialog closed.
+    void windowActivated();
+
+    RunMonitor &monitor() { return *m_monitor; }
+    ResumeController &resume() { return *m_resume; }
+
+    CrawlState state() const { return m_state; }
+    bool isRunning() const;
+    bool startEnabled() const { return m_startEnabled; }
+    bool stopEnabled() const { return m_stopEnabled; }
+    bool saveLeadsEnabled() const { return m_saveLeadsEnabled; }
+    bool downloadingLabelVisible() const { return m_downloadingVisible; } // `lblInet`
+    bool crawlTimerRunning() const;
+    int crawlIntervalMs() const;
+    CrawlProfile profile() const { return m_profile; }
+
+    qint32 pageCounter() const { return m_pageCounter; }
+    QString currentMainUrl() const { return m_currentMainUrl; }
+    // Downloads started and not yet back.
+    int pending() const { return m_pending; }
+
+    // One crawl step, as the crawl timer runs it.
+    void crawlStep();
+
+signals:
+    // A message for the program's message dialog (end of run, low disk, missing URL, store
+    // failures).
+    void message(const QString &text);
+    void stateChanged(CrawlState state);
+    void progress();
+    // The run has ended for good: a limit, the URL list used up or the single URL done.
+    void finished(const QString &text);
+
+private:
+    // CrawlActions, for the URL sources.
+    qsizetype mainQueueSize() const override;
+    qsizetype linkQueueSize() const override;
+    void DownloadMainPages() override;
+    void DownloadPages() override;
+    void DownloadNextPage(const QString &url) override;
+    void setCurrentMainUrl(const QString &url) override { m_currentMainUrl = url; }
+    void countExtraPage() override;
+    std::optional<SelectedEngine> takeSelectedEngine() override;
+    std::optional<SelectedKeyword> selectedKeywordFrom(int index) const override;
+    std::optional<QString> takeSelectedStartUrl() override;
+    QString singleUrl() const override { return m_job.url; }
+    QString BuildQueryURL(int resultPage, int engineNumber, const QString &keyword) override;
+    bool firstPagePending() const override;
+    void setFirstPagePending(bool pending) override;
+    int resultCount() const override;
+    void showMessage(const QString &text) override;
+    void endRun(SourceEnd how) override;
+
+    void startNewRun(bool connected);
+    void stepAfterCheck(bool connected);
+    void stepBody();
+    void onDownloadComplete(int slot, const QString &url, const QByteArray &body);
+    void startDownload(const QString &url, int slot);
+    void runSourceStep();
+    void loadAddressFilterList();
+    void endAtLimit(const QString &text);
+    void setState(CrawlState state);
+    void startCrawlTimer();
+    void chainNextBurst();
+    void chainedStep();
+
+    HarvestJob &m_job;
+    CrawlProfile m_profile;
+    Parts m_parts;
+    std::unique_ptr<Timer> m_crawlTimer;   // tmrExtractor
+    std::unique_ptr<RunMonitor> m_monitor; // tmrTimer
+    std::unique_ptr<ResumeController> m_resume;
+    SearchEnginesSource m_engineSource;
+    UrlListSource m_listSource;
+    SingleUrlSource m_singleSource;
+
+    CrawlState m_state = CrawlState::Idle;
+    bool m_startEnabled = true;
+    bool m_stopEnabled = false;
+    bool m_saveLeadsEnabled = true;
+    bool m_downloadingVisible = false;
+    bool m_stopped = false;
+    bool m_limitReached = false;
+    bool m_checking = false; // a step waits for its connection test
+    qint32 m_pageCounter = 0;
+    qint32 m_pageTimeoutMs = 30000;
+    QString m_currentMainUrl;
+
+    // Bursts chain on completion in the modern profile.
+    int m_pending = 0;
+    bool m_burstHadBody = false;
+    bool m_chainQueued = false;
+};
+
+} // namespace corvane

@@ -1,0 +1,159 @@
+#include "engine/CrawlWiring.h"
+
+#include "analysis/clsExtractor.h"
+#include "engine/CrawlSlots.h"
+#include "engine/EngineList.h"
+#include "engine/SearchListProvider.h"
+#include "kb/PageStore.h"
+
+namespace corvane {
+
+ExtractorAnalysis::ExtractorAnalysis(AnalysisContext &context) : m_context(context)
+{
+    static_assert(crawl::kSlotGroups == 7);
+    for (auto &analyser : m_analysers)
+        analyser = std::make_unique<clsExtractor>(context);
+}
+
+ExtractorAnalysis::~ExtractorAnalysis() = default;
+
+clsExtractor &ExtractorAnalysis::analyser(int group)
+{
+    return *m_analysers.at(std::size_t(qBound(0, group, crawl::kSlotGroups - 1)));
+}
+
+qsizetype ExtractorAnalysis::mainQueueSize() const
+{
+    return m_context.lstResult.count();
+}
+
+qsizetype ExtractorAnalysis::linkQueueSize() const
+{
+    return m_context.lstDetails.count();
+}
+
+std::optional<QString> ExtractorAnalysis::takeMainPage()
+{
+    if (m_context.lstResult.isEmpty())
+        return std::nullopt;
+    return m_context.lstResult.takeFirst();
+}
+
+std::optional<QString> ExtractorAnalysis::takeLinkPage()
+{
+    if (m_context.lstDetails.isEmpty())
+        return std::nullopt;
+    return m_context.lstDetails.takeFirst();
+}
+
+QString ExtractorAnalysis::MakeBaseURL(const QString &url) const
+{
+    return clsExtractor::MakeBaseURL(url, m_context.profile);
+}
+
+void ExtractorAnalysis::FetchLinks(int group, const QString &content, const QString &base)
+{
+    analyser(group).FetchLinks(content, base);
+}
+
+void ExtractorAnalysis::FetchURLLinks(int group, const QString &content, const QString &base)
+{
+    analyser(group).FetchURLLinks(content, base);
+}
+
+void ExtractorAnalysis::FetchDetails(int group, const QString &content, const QString &base)
+{
+    QString host = base; // cut to its host in place
+    analyser(group).FetchDetails(content, host);
+}
+
+void ExtractorAnalysis::FetchURLDetails(int group, const QString &content, const QString &base)
+{
+    analyser(group).FetchURLDetails(content, base);
+}
+
+void ExtractorAnalysis::ExtractEmails(int group, const QString &content)
+{
+    m_leadCounter += analyser(group).ExtractEmails(QStringView(content));
+}
+
+void ExtractorAnalysis::setAddressFilterList(const QString &list)
+{
+    m_context.filters.addressFilters = AddressFilterList(list);
+}
+
+bool ExtractorAnalysis::firstPagePending() const
+{
+    return m_context.firstPagePending;
+}
+
+void ExtractorAnalysis::setFirstPagePending(bool pending)
+{
+    m_context.firstPagePending = pending;
+}
+
+int ExtractorAnalysis::resultCount() const
+{
+    return m_context.resultCount;
+}
+
+QStringList ExtractorAnalysis::leads() const
+{
+    return m_context.lstMailList.texts();
+}
+
+StoreForCrawl::StoreForCrawl(PageStore &store, FreeSpaceQuery freeSpace)
+    : m_store(store), m_freeSpace(std::move(freeSpace))
+{
+}
+
+std::optional<QString> StoreForCrawl::SaveTaxonomy(const QString &url, const QByteArray &html)
+{
+    const Result<SaveOutcome> outcome = m_store.SaveTaxonomy(url, html);
+    if (!outcome)
+        return outcome.message();
+    return std::nullopt;
+}
+
+std::optional<QString> StoreForCrawl::GetDiskSpace(const QString &root)
+{
+    const Result<std::optional<QString>> warning = corvane::GetDiskSpace(root, m_freeSpace);
+    if (!warning)
+        return warning.message();
+    return warning.value();
+}
+
+qint32 StoreForCrawl::storedPageCount() const
+{
+    return m_store.pageCounter();
+}
+
+QString SearchListForCrawl::BuildQueryURL(int resultPage, int engineNumber, const QString &keyword)
+{
+    return m_provider.BuildQueryURL(resultPage, engineNumber, keyword);
+}
+
+QString SearchListForCrawl::GetAddressFilterList()
+{
+    return m_provider.GetAddressFilterList();
+}
+
+void SearchListForCrawl::RefreshAddressFilterList()
+{
+    m_provider.RefreshAddressFilterList();
+}
+
+std::optional<QString> GetSearchEngineList(SearchListProvider &provider,
+                                           QList<EngineChoice> &engines)
+{
+    const QString text = readWithRefresh([&] { return provider.GetEngineList(); },
+                                         [&] { provider.RefreshEngineList(); });
+    const EngineListReading reading = parseEngineList(text);
+    for (const EngineEntry &entry : reading.entries)
+        engines.append(EngineChoice{entry.line(), entry.number, false});
+    if (!reading.error.isEmpty())
+        return QStringLiteral("GetSearchEngineList->") + reading.error;
+    return std::nullopt;
+}
+
+} // namespace corvane

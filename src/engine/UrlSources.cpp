@@ -1,0 +1,95 @@
+#include "engine/UrlSources.h"
+
+namespace corvane {
+
+void SearchEnginesSource::step(CrawlActions &crawl)
+{
+    if (crawl.mainQueueSize() > 0) {
+        if (crawl.linkQueueSize() == 0)
+            crawl.DownloadMainPages();
+        else
+            crawl.DownloadPages();
+        return;
+    }
+    if (!m_engineActive) {
+        if (const auto engine = crawl.takeSelectedEngine()) {
+            crawl.setCurrentMainUrl(engine->address);
+            m_resultPage = 0;
+            m_engineNumber = engine->number;
+            m_engineActive = true;
+            m_keywordIndex = 0;
+        }
+    }
+    if (m_keywordIndex == 0) {
+        const auto keyword = crawl.selectedKeywordFrom(0);
+        if (!keyword) {
+            ++m_resultPage;
+            return;
+        }
+        const QString url =
+            crawl.BuildQueryURL(m_resultPage, m_engineNumber, keyword->text.trimmed()).trimmed();
+        if (!url.isEmpty())
+            crawl.DownloadNextPage(url);
+        else
+            ++m_keywordIndex;
+    }
+    if (m_keywordIndex != 0) {
+        if (const auto keyword = crawl.selectedKeywordFrom(m_keywordIndex)) {
+            if (crawl.resultCount() == 0 && !crawl.firstPagePending())
+                crawl.setFirstPagePending(true); // one step rests after an empty result page
+            else
+                requestResultPage(crawl, keyword->text);
+        }
+    }
+    ++m_resultPage;
+}
+
+void SearchEnginesSource::requestResultPage(CrawlActions &crawl, const QString &keyword)
+{
+    const QString url =
+        crawl.BuildQueryURL(m_resultPage, m_engineNumber, keyword.trimmed()).trimmed();
+    if (!url.isEmpty())
+        crawl.DownloadNextPage(url);
+}
+
+void UrlListSource::step(CrawlActions &crawl)
+{
+    if (crawl.linkQueueSize() > 0) {
+        crawl.DownloadPages();
+        return;
+    }
+    if (crawl.mainQueueSize() > 0) {
+        crawl.DownloadMainPages();
+        return;
+    }
+    if (const auto url = crawl.takeSelectedStartUrl()) {
+        crawl.setCurrentMainUrl(*url);
+        crawl.DownloadNextPage(*url);
+        return;
+    }
+    crawl.endRun(SourceEnd::UrlListDone);
+}
+
+void SingleUrlSource::step(CrawlActions &crawl)
+{
+    if (!m_started) {
+        const QString url = crawl.singleUrl().trimmed();
+        if (url.isEmpty()) {
+            crawl.showMessage(QString::fromLatin1(kEnterUrlMessage));
+            return;
+        }
+        crawl.setCurrentMainUrl(url);
+        crawl.DownloadNextPage(url);
+        m_started = true;
+        crawl.countExtraPage(); // the single URL counts twice
+        return;
+    }
+    if (crawl.mainQueueSize() == 0 && crawl.linkQueueSize() == 0)
+        crawl.endRun(SourceEnd::SingleUrlDone);
+    else if (crawl.linkQueueSize() > 0)
+        crawl.DownloadPages();
+    else
+        crawl.DownloadMainPages();
+}
+
+} // namespace corvane

@@ -1,0 +1,275 @@
+#include "CrawlFakes.h"
+
+#include "engine/CrawlSlots.h"
+#include "engine/RunLimits.h"
+
+#include <QCoreApplication>
+
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using namespace corvane::test;
+
+namespace {
+
+// A URL-list rig whose start page has been requested.
+void startUrlList(CrawlRig &rig, const QString &url = QStringLiteral("http://site/dir/start.html"))
+{
+    rig.job.searchType = SearchType::UrlList;
+    rig.job.urlList = {CrawlRig::selected(url)};
+    rig.crawl().Start();
+}
+
+} // namespace
+
+TEST(CrawlArrivals, EmptyBlankAndOutOfRangeCompletionsChangeNothing)
+{
+    CrawlRig rig;
+    startUrlList(rig);
+    const qint32 pages = rig.crawl().pageCounter();
+    emit rig.downloader.DownloadComplete(1, QStringLiteral("http://site/"), QByteArray());
+    emit rig.downloader.DownloadComplete(1, QStringLiteral("http://site/"), QByteArray(" \r\n\t "));
+    emit rig.downloader.DownloadComplete(0, QStringLiteral("http://site/"),
+                                         QByteArray("links: x a@b.com"));
+    emit rig.downloader.DownloadComplete(51, QStringLiteral("http://site/"),
+                                         QByteArray("links: x a@b.com"));
+    EXPECT_TRUE(rig.analysis.calls.isEmpty());
+    EXPECT_TRUE(rig.store.saved.isEmpty());
+    EXPECT_EQ(rig.crawl().pageCounter(), pages);
+}
+
+TEST(CrawlArrivals, EachSlotGoesToItsOwnAnalyserAndOnlyLaterPagesAreStored)
+{
+    CrawlRig rig;
+    rig.job.buildKnowledgeBase = true;
+    rig.job.knowledgeBaseRoot = QStringLiteral("/data/kb");
+    startUrlList(rig);
+    emit rig.downloader.DownloadComplete(1, QStringLiteral("ignored"),
+                                         QByteArray("links: http://m/ x@y.com"));
+    EXPECT_EQ(rig.crawl().pageCounter(), 2); // one request, one arrival of slot 1
+    emit rig.downloader.DownloadComplete(6, QStringLiteral(" http://m/p "),
+                                         QByteArray("no address here"));
+    emit rig.downloader.DownloadComplete(7, QStringLiteral("http://m/q"), QByteArray("a@b.com"));
+    emit rig.downloader.DownloadComplete(41, QStringLiteral("http://m/r"),
+                                         QByteArray("links: http://m/s"));
+    EXPECT_EQ(rig.analysis.calls,
+              (QStringList{QStringLiteral("FetchURLLinks 0 base:http://site/dir/start.html"),
+                           QStringLiteral("ExtractEmails 0"),
+                           QStringLiteral("FetchURLDetails 1 base: http://m/p"),
+                           QStringLiteral("FetchURLDetails 2 base:http://m/q"),
+                           QStringLiteral("ExtractEmails 2"),
+                           QStringLiteral("FetchURLDetails 6 base:http://m/r")}));
+    EXPECT_EQ(rig.store.saved,
+              (QStringList{QStringLiteral("http://m/p"), QStringLiteral("http://m/q"),
+                           QStringLiteral("http://m/r")}));
+    EXPECT_EQ(rig.analysis.mainQueue, QStringList{QStringLiteral("http://m/")});
+    EXPECT_EQ(rig.analysis.linkQueue, QStringList{QStringLiteral("http://m/s")});
+    // Arrivals of pages other than slot 1 do not count.
+    EXPECT_EQ(rig.crawl().pageCounter(), 2);
+}
+
+TEST(CrawlArrivals, NoLeadsAreSoughtWhenExtractionIsExcludedAndNothingStoredWithoutKnowledgeBase)
+{
+    CrawlRig rig;
+    rig.job.excludeEmailExtraction = true;
+    startUrlList(rig);
+    emit rig.downloader.DownloadComplete(1, QStringLiteral("u"), QByteArray("a@b.com"));
+    emit rig.downloader.DownloadComplete(9, QStringLiteral("http://v/"), QByteArray("c@d.com"));
+    for (const QString &call : rig.analysis.calls)
+        EXPECT_FALSE(call.startsWith(QLatin1String("ExtractEmails"))) << call.toStdString();
+    EXPECT_TRUE(rig.store.saved.isEmpty());
+    EXPECT_TRUE(rig.store.diskChecks.isEmpty());
+}
+
+TEST(CrawlRun, StopThenStartResumesWithQueuesCountersAndAnImmediateStep)
+{
+    CrawlRig rig;
+    startUrlList(rig);
+    rig.analysis.linkQueue = {QStringLiteral("http://l/1"), QStringLiteral("http://l/2")};
+    rig.crawl().Stop();
+    EXPECT_EQ(rig.crawl().state(), CrawlState::Stopped);
+    EXPECT_TRUE(rig.crawl().startEnabled());
+    EXPECT_TRUE(rig.crawl().saveLeadsEnabled());
+    EXPECT_FALSE(rig.crawl().monitor().isActive());
+    EXPECT_FALSE(rig.crawl().crawlTimerRunning());
+    // Pages in flight still arrive and are analysed after Stop.
+    rig.downloader.bodies[QStringLiteral("http://site/dir/start.html")] = "links: http://m/1";
+    rig.downloader.deliverAll();
+    EXPECT_EQ(rig.analysis.mainQueue.size(), 1);
+
+    const qint32 before = rig.crawl().pageCounter();
+    rig.timers.advance(100000); // nothing ticks while stopped
+    EXPECT_EQ(rig.downloader.requests.size(), 1);
+    rig.crawl().Start();
+    EXPECT_EQ(rig.crawl().state(), CrawlState::Running);
+    EXPECT_EQ(rig.downloader.urls().mid(1),
+              (QStringList{QStringLiteral("http://l/1"), QStringLiteral("http://l/2")}));
+    EXPECT_EQ(rig.crawl().pageCounter(), before + 2);
+    EXPECT_EQ(rig.analysis.mainQueue.size(), 1);
+    EXPECT_EQ(rig.searchList.filterReads, 1); // a resume loads nothing afresh
+}
+
+TEST(CrawlRun, LimitEndsTheRunAndLeavesStartDisabled)
+{
+    CrawlRig rig;
+    rig.job.maxPages = QStringLiteral("3");
+    rig.job.searchType = SearchType::UrlList;
+    rig.analysis.linkQueue = {QStringLiteral("http://l/1"), QStringLiteral("http://l/2"),
+                              QStringLiteral("http://l/3")};
+    QStringList finished;
+    CrawlController &crawl = rig.crawl();
+    QObject::connect(&crawl, &CrawlController::finished, &crawl,
+                     [&](const QString &t) { finished << t; });
+    rig.crawl().Start();
+    rig.timers.advance(1000);
+    EXPECT_EQ(finished,
+              QStringList{QStringLiteral("Corvane has scanned specified number of pages.")});
+    EXPECT_EQ(rig.messages, finished);
+    EXPECT_EQ(rig.crawl().state(), CrawlState::EndedByLimit);
+    EXPECT_FALSE(rig.crawl().startEnabled());
+    EXPECT_TRUE(rig.crawl().saveLeadsEnabled());
+    EXPECT_FALSE(rig.crawl().monitor().isActive());
+    EXPECT_FALSE(rig.crawl().crawlTimerRunning());
+    rig.timers.advance(600000);
+    EXPECT_EQ(rig.crawl().monitor().clock().seconds, 0); // the limit tick does not count
+}
+
+TEST(CrawlRun, ClassicCadenceIsOneStepPerTimeoutPlusOneAndAHalfSeconds)
+{
+    CrawlRig rig;
+    rig.job.pageTimeout = QStringLiteral("20");
+    rig.job.searchType = SearchType::UrlList;
+    for (int i = 0; i < 44 * 10; ++i)
+        rig.analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
+    rig.crawl().Start(); // first burst at once
+    EXPECT_EQ(rig.crawl().crawlIntervalMs(), 21500);
+    rig.timers.advance(21499);
+    EXPECT_EQ(rig.downloader.requests.size(), 44);
+    rig.timers.advance(1);
+    EXPECT_EQ(rig.downloader.requests.size(), 88);
+    // Pages arriving at once do not hurry the classic pacing.
+    rig.downloader.deliverAll();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(rig.downloader.requests.size(), 88);
+    rig.timers.advance(21500 * 3);
+    EXPECT_EQ(rig.downloader.requests.size(), 88 + 3 * 44);
+    EXPECT_EQ(rig.crawl().monitor().clock().totalMinutes() * 60 +
+                  rig.crawl().monitor().clock().seconds,
+              (21500 * 4) / 1000);
+}
+
+TEST(CrawlRun, ModernChainsTheNextBurstWhenTheLastOneHasCompleted)
+{
+    CrawlRig rig;
+    rig.profile = CrawlProfile::Modern;
+    rig.job.searchType = SearchType::UrlList;
+    for (int i = 0; i < 100; ++i)
+        rig.analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
+    rig.crawl().Start();
+    ASSERT_EQ(rig.downloader.requests.size(), 44);
+    // Half the burst back: no new burst yet.
+    for (int i = 0; i < 22; ++i)
+        rig.downloader.deliverNext();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(rig.downloader.requests.size(), 44);
+    const int checksBefore = rig.connection.checks;
+    rig.downloader.bodies[rig.downloader.requests[30].url] = "a page";
+    rig.downloader.deliverAll();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(rig.downloader.requests.size(), 88);
+    EXPECT_EQ(rig.connection.checks, checksBefore); // the arrivals proved the connection
+    // A burst that brought nothing back is checked like a tick.
+    rig.downloader.deliverAll();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(rig.downloader.requests.size(), 100);
+    EXPECT_EQ(rig.connection.checks, checksBefore + 1);
+    // Without pages in flight the tick is still the upper bound.
+    rig.downloader.requests.clear();
+    rig.downloader.waiting.clear();
+    rig.timers.advance(rig.crawl().crawlIntervalMs());
+    EXPECT_EQ(rig.messages, QStringList{QString::fromLatin1(kUrlListDoneMessage)});
+}
+
+TEST(CrawlRun, DiskSpaceIsCheckedOnTheRootsDriveAtEveryStep)
+{
+    CrawlRig rig;
+    rig.job.buildKnowledgeBase = true;
+    rig.job.knowledgeBaseRoot = QStringLiteral("  C:\\kb\\store ");
+    rig.store.lowDisk = true;
+    rig.job.searchType = SearchType::UrlList;
+    for (int i = 0; i < 100; ++i)
+        rig.analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
+    rig.crawl().Start();
+    EXPECT_TRUE(rig.store.diskChecks.isEmpty()); // Start's own first step is not a crawl step
+    rig.timers.advance(rig.crawl().crawlIntervalMs() * 2);
+    EXPECT_EQ(rig.store.diskChecks, (QStringList{QStringLiteral("C:\\"), QStringLiteral("C:\\")}));
+    EXPECT_EQ(rig.messages.first(), QStringLiteral("Insufficient hard disk space (below 5 MB)"));
+}
+
+TEST(CrawlConnection, LossStopsTheClockAsksOnceAndTheReturnResumesWithTheQueues)
+{
+    CrawlRig rig;
+    rig.job.searchType = SearchType::UrlList;
+    for (int i = 0; i < 50; ++i)
+        rig.analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
+    rig.crawl().Start();
+    ASSERT_EQ(rig.downloader.requests.size(), 44);
+    const qint32 pages = rig.crawl().pageCounter();
+
+    rig.connection.online = false;
+    rig.timers.advance(rig.crawl().crawlIntervalMs());
+    EXPECT_EQ(rig.crawl().state(), CrawlState::WaitingForConnection);
+    EXPECT_FALSE(rig.crawl().monitor().isActive());
+    EXPECT_TRUE(rig.crawl().crawlTimerRunning());
+    EXPECT_EQ(rig.dialogs, 1);
+    const RunClock clock = rig.crawl().monitor().clock();
+    rig.timers.advance(rig.crawl().crawlIntervalMs() * 3);
+    EXPECT_EQ(rig.dialogs, 1); // the open dialog is not opened again
+    EXPECT_EQ(rig.crawl().monitor().clock().seconds, clock.seconds); // the clock stands still
+    EXPECT_EQ(rig.crawl().monitor().activityImage(), ConnectionLostImage);
+    EXPECT_EQ(rig.downloader.requests.size(), 44);
+    EXPECT_EQ(rig.analysis.linkQueue.size(), 6);
+    EXPECT_EQ(rig.crawl().pageCounter(), pages);
+
+    // The resume dialog's own re-test finds the connection and the run goes on.
+    rig.connection.online = true;
+    rig.timers.advance(ResumeController::RetestIntervalMs);
+    EXPECT_EQ(rig.crawl().state(), CrawlState::Running);
+    EXPECT_TRUE(rig.crawl().monitor().isActive());
+    EXPECT_EQ(rig.downloader.requests.size(), 50);
+}
+
+TEST(CrawlConnection, ResumeModeWaitsSilentlyAndTheFirstStepOnlineResumes)
+{
+    CrawlRig rig;
+    rig.job.searchType = SearchType::UrlList;
+    for (int i = 0; i < 100; ++i)
+        rig.analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
+    rig.crawl().Start();
+    rig.connection.online = false;
+    rig.timers.advance(rig.crawl().crawlIntervalMs());
+    rig.crawl().resume().chooseResumeMode();
+    rig.timers.advance(rig.crawl().crawlIntervalMs() * 2);
+    EXPECT_EQ(rig.dialogs, 1);
+    EXPECT_EQ(rig.downloader.requests.size(), 44);
+
+    rig.connection.online = true;
+    rig.timers.advance(rig.crawl().crawlIntervalMs());
+    // ProcessLinks and then the step itself: two bursts.
+    EXPECT_EQ(rig.downloader.requests.size(), 100);
+    EXPECT_FALSE(rig.crawl().resume().resumeMode());
+    EXPECT_TRUE(rig.crawl().monitor().isActive());
+}
+
+TEST(CrawlConnection, CancelEndsTheRunResumably)
+{
+    CrawlRig rig;
+    startUrlList(rig);
+    rig.connection.online = false;
+    rig.timers.advance(rig.crawl().crawlIntervalMs());
+    rig.crawl().resume().cancel();
+    EXPECT_EQ(rig.crawl().state(), CrawlState::Stopped);
+    EXPECT_TRUE(rig.crawl().startEnabled());
+    EXPECT_TRUE(rig.crawl().saveLeadsEnabled());
+    EXPECT_FALSE(rig.crawl().crawlTimerRunning());
+}

@@ -1,0 +1,113 @@
+#include "support/TestSupport.h"
+
+#include "engine/SearchListProvider.h"
+
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using namespace corvane::test;
+
+namespace {
+
+class SearchListProviderTest : public ::testing::Test
+{
+protected:
+    void TearDown() override { SearchListProvider::setDemoHost(QString()); }
+    TempDataFolder home;
+};
+
+QStringList entriesOf(const QString &list)
+{
+    return list.split(QLatin1Char('#'), Qt::SkipEmptyParts);
+}
+
+TEST_F(SearchListProviderTest, BundledListClosesEveryEntryAndHidesDemoUntilItRuns)
+{
+    SearchListProvider provider;
+    const QString list = provider.GetEngineList();
+    ASSERT_FALSE(list.isEmpty());
+    EXPECT_TRUE(list.endsWith(QLatin1Char('#')));
+    for (const QString &entry : entriesOf(list)) {
+        EXPECT_GT(entry.indexOf(QLatin1Char('$')), 0) << entry.toStdString();
+        EXPECT_TRUE(entry.section(QLatin1Char('$'), 1).startsWith(QLatin1String("http://")));
+    }
+    EXPECT_FALSE(list.contains(QLatin1String("Demo$")));
+    EXPECT_FALSE(list.contains(QLatin1String("{{HOST}}")));
+    const int without = entriesOf(list).size();
+
+    SearchListProvider::setDemoHost(QStringLiteral("127.0.0.1:4321"));
+    const QStringList with = entriesOf(provider.GetEngineList());
+    ASSERT_EQ(with.size(), without + 1);
+    EXPECT_EQ(with.last(), QStringLiteral("Demo$http://127.0.0.1:4321/search/"));
+    // The engines before it keep their numbers.
+    EXPECT_EQ(with.mid(0, without), entriesOf(list));
+}
+
+TEST_F(SearchListProviderTest, QueryAddressesCarryKeywordAndPage)
+{
+    SearchListProvider::setDemoHost(QStringLiteral("127.0.0.1:4321"));
+    SearchListProvider provider;
+    const int demo = entriesOf(provider.GetEngineList()).size();
+    EXPECT_EQ(provider.BuildQueryURL(0, demo, QStringLiteral("  garden tools ")),
+              QStringLiteral("http://127.0.0.1:4321/search/results0.htm?q=garden+tools"));
+    EXPECT_EQ(provider.BuildQueryURL(2, demo, QStringLiteral("a&b=c")),
+              QStringLiteral("http://127.0.0.1:4321/search/results2.htm?q=a%26b%3Dc"));
+    EXPECT_TRUE(provider.BuildQueryURL(3, demo, QStringLiteral("tools")).isEmpty()); // past last
+    EXPECT_TRUE(provider.BuildQueryURL(-1, demo, QStringLiteral("tools")).isEmpty());
+    EXPECT_TRUE(provider.BuildQueryURL(0, demo, QStringLiteral("   ")).isEmpty());
+    EXPECT_TRUE(provider.BuildQueryURL(0, 0, QStringLiteral("tools")).isEmpty());
+    EXPECT_TRUE(provider.BuildQueryURL(0, demo + 1, QStringLiteral("tools")).isEmpty());
+    // Every bundled engine answers its first page.
+    for (int n = 1; n <= demo; ++n)
+        EXPECT_TRUE(
+            provider.BuildQueryURL(0, n, QStringLiteral("x")).startsWith(QLatin1String("http://")));
+}
+
+TEST_F(SearchListProviderTest, DataFolderCopyOverridesAndPlaceholdersFill)
+{
+    writeFile(home.file(QStringLiteral("search/engines.txt")),
+              "; mine\nOne$first/#Two$second/#\nThree$third/#");
+    writeFile(home.file(QStringLiteral("search/queries.txt")),
+              "two$http://two.test/s?q={keyword}&p={page}&p1={page1}&o={offset}&f={first}$5\n"
+              "broken line without template\nThree$http://three.test/{keyword}\n");
+    SearchListProvider provider;
+    EXPECT_EQ(provider.GetEngineList(), QStringLiteral("One$first/#Two$second/#Three$third/#"));
+    EXPECT_TRUE(provider.BuildQueryURL(0, 1, QStringLiteral("x")).isEmpty()); // no template
+    EXPECT_EQ(provider.BuildQueryURL(3, 2, QStringLiteral("x")),
+              QStringLiteral("http://two.test/s?q=x&p=3&p1=4&o=30&f=31"));
+    EXPECT_TRUE(provider.BuildQueryURL(6, 2, QStringLiteral("x")).isEmpty());
+    EXPECT_EQ(provider.BuildQueryURL(49, 3, QStringLiteral("x")),
+              QStringLiteral("http://three.test/x"));
+}
+
+TEST_F(SearchListProviderTest, RefreshFallsBackToBundledListWhenTheCopyIsEmpty)
+{
+    writeFile(home.file(QStringLiteral("search/engines.txt")), "; nothing here\n");
+    SearchListProvider provider;
+    EXPECT_TRUE(provider.GetEngineList().isEmpty());
+    provider.RefreshEngineList();
+    EXPECT_TRUE(provider.GetEngineList().contains(QLatin1String("Google$")));
+
+    // A refresh reads a changed copy again.
+    writeFile(home.file(QStringLiteral("search/engines.txt")), "Only$http://only.test/#");
+    provider.RefreshEngineList();
+    EXPECT_EQ(provider.GetEngineList(), QStringLiteral("Only$http://only.test/#"));
+}
+
+TEST_F(SearchListProviderTest, AddressFilterListJoinsFragmentsWithHash)
+{
+    writeFile(home.file(QStringLiteral("search/address-filters.txt")),
+              "; endings\n.com\n.net#.org#\n\n  .de  \n");
+    SearchListProvider provider;
+    EXPECT_EQ(provider.GetAddressFilterList(), QStringLiteral(".com#.net#.org#.de#"));
+
+    writeFile(home.file(QStringLiteral("search/address-filters.txt")), "");
+    EXPECT_EQ(provider.GetAddressFilterList(), QStringLiteral(".com#.net#.org#.de#")); // kept
+    provider.RefreshAddressFilterList();
+    // The empty copy gives way to the bundled list, whatever it holds.
+    const QString bundled = provider.GetAddressFilterList();
+    EXPECT_TRUE(bundled.isEmpty() || bundled.endsWith(QLatin1Char('#')));
+    EXPECT_FALSE(bundled.contains(QLatin1String("##")));
+}
+
+} // namespace

@@ -55,15 +55,17 @@ void RunClock::addInterval(qint32 intervalMs)
 
 void RunClock::turnOver()
 {
+    if (elapsedMs >= 60000) {
+        seconds = 0;
+        ++minutes;
+        elapsedMs = 0;
+    }
+    // Turned on the same tick as the minute, so the clock never reads "60" minutes and no
+    // second is lost at the hour.
     if (minutes >= 60) {
         ++hours;
         minutes = 0;
         seconds = 0;
-        elapsedMs = 0;
-    }
-    if (elapsedMs >= 60000) {
-        seconds = 0;
-        ++minutes;
         elapsedMs = 0;
     }
 }

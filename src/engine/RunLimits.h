@@ -50,12 +50,11 @@ struct RunClock
     qint32 elapsedMs = 0; // milliseconds within the current minute
 
     int totalMinutes() const { return hours * 60 + minutes; }
-    // "H:MM:SS" for the command line; minutes may read 60 for one tick before the hour turns.
+    // "H:MM:SS" for the command line.
     QString text() const;
 
-    // Adds intervalMs to the seconds, then turns the hour (minutes 60 or more), then the
-    // minute (60000 ms or more), in that order: the hour turns one tick after the minute
-    // label first reads 60, and that tick's second is not carried over.
+    // Adds intervalMs to the seconds, then turns the minute (60000 ms or more) and the hour
+    // (60 minutes or more): after 3600 one-second ticks the clock reads 1:00:00.
     void advance(qint32 intervalMs);
     // The two halves of advance(): the seconds, then the hour and minute turn-over. The
     // clean-up mark is looked at between them.

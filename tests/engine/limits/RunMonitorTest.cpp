@@ -50,17 +50,18 @@ TEST(RunClock, MinuteAndHourTurnOverAsTheLabelsDo)
     EXPECT_EQ(clock.minutes, 1);
     EXPECT_EQ(clock.seconds, 0);
 
-    for (int i = 60; i < 3600; ++i)
+    for (int i = 60; i < 3599; ++i)
         clock.advance(1000);
-    // The hour turns on the tick after the minute label first reads 60, and that tick's
-    // second is swallowed by the reset.
-    EXPECT_EQ(clock.text(), QStringLiteral("0:60:00"));
-    EXPECT_EQ(clock.totalMinutes(), 60);
+    EXPECT_EQ(clock.text(), QStringLiteral("0:59:59"));
     clock.advance(1000);
     EXPECT_EQ(clock.hours, 1);
     EXPECT_EQ(clock.text(), QStringLiteral("1:00:00"));
+    EXPECT_EQ(clock.totalMinutes(), 60);
     clock.advance(1000);
     EXPECT_EQ(clock.text(), QStringLiteral("1:00:01"));
+    for (int i = 0; i < 59; ++i)
+        clock.advance(1000);
+    EXPECT_EQ(clock.text(), QStringLiteral("1:01:00"));
 }
 
 TEST(RunMonitor, TimeLimitEndsTheRunOnTheTickAfterTheClockReachesIt)
@@ -81,11 +82,12 @@ TEST(RunMonitor, TimeLimitEndsTheRunOnTheTickAfterTheClockReachesIt)
     EXPECT_EQ(rig.monitor.clock().text(), QStringLiteral("0:20:00"));
 }
 
-TEST(RunMonitor, SixtyMinutesEndsWhenTheMinuteLabelReadsSixty)
+TEST(RunMonitor, SixtyMinutesEndsWhenTheClockReachesOneHour)
 {
     MonitorRig rig;
     rig.runTicks(3600);
     EXPECT_TRUE(rig.messages.isEmpty());
+    EXPECT_EQ(rig.monitor.clock().text(), QStringLiteral("1:00:00"));
     rig.runTicks(1);
     EXPECT_EQ(rig.limitTimes, QList<qint64>{3601000});
 }
@@ -180,7 +182,7 @@ TEST(RunMonitor, CleanupIsAskedOnEveryTickOfTheMarkedMinutes)
     for (int m : {10, 20, 30, 40, 50, 59})
         EXPECT_EQ(rig.cleanupMinutes.count(m), 60) << m;
 
-    rig.runTicks(60); // the hour turns; minute 0 of hour 1 asks for nothing
+    rig.runTicks(60); // minute 0 of hour 1 asks for nothing
     EXPECT_EQ(rig.cleanupMinutes.size(), 360);
     EXPECT_EQ(rig.monitor.clock().hours, 1);
 }

@@ -135,6 +135,17 @@ bool RunMonitor::isActive() const
     return m_timer->isActive();
 }
 
+QString RunMonitor::progressLine() const
+{
+    QString line = QStringLiteral("%1 pages %2 leads %3")
+                       .arg(m_clock.text())
+                       .arg(m_last.pageCounter)
+                       .arg(m_last.leadCounter);
+    if (m_kbVisible)
+        line += QStringLiteral(" kb %1").arg(m_kbCount);
+    return line;
+}
+
 void RunMonitor::showConnectionLost()
 {
     m_activityImage = ConnectionLostImage;
@@ -147,6 +158,7 @@ void RunMonitor::tick()
     m_activityPosition = m_activityPosition % 3 + 1;
 
     const RunLimitInputs inputs = m_inputs ? m_inputs() : RunLimitInputs{};
+    m_last = inputs;
     const Result<std::optional<RunLimit>> reached = firstLimitReached(m_clock, inputs);
     if (!reached) {
         emit ticked();

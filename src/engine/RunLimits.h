@@ -110,6 +110,12 @@ public:
     bool knowledgeBaseCountVisible() const { return m_kbVisible; } // `lblKB`, `lblKBCount`
     qint32 knowledgeBaseCount() const { return m_kbCount; }        // `lblKBCount`
     std::optional<RunLimit> limitReached() const { return m_limit; }
+    // The counters as the last tick read them.
+    qint32 pageCount() const { return m_last.pageCounter; }
+    qint32 leadCount() const { return m_last.leadCounter; }
+    // One line for the command line: "0:05:12 pages 120 leads 34", plus " kb 7" while the
+    // knowledge-base count is shown.
+    QString progressLine() const;
 
     // Shows image 1 (the crawl step found no connection).
     void showConnectionLost();
@@ -135,6 +141,7 @@ private:
     bool m_kbVisible = false;
     qint32 m_kbCount = 0;
     std::optional<RunLimit> m_limit;
+    RunLimitInputs m_last;
 };
 
 } // namespace corvane

@@ -215,8 +215,13 @@ TEST(RunMonitor, KnowledgeBaseCountFollowsTheCheckBoxOnTheNextTick)
     rig.runTicks(1);
     EXPECT_TRUE(rig.monitor.knowledgeBaseCountVisible());
     EXPECT_EQ(rig.monitor.knowledgeBaseCount(), 7);
+    rig.inputs.pageCounter = 12;
+    rig.inputs.leadCounter = 3;
+    rig.runTicks(1);
+    EXPECT_EQ(rig.monitor.progressLine(), QStringLiteral("0:00:02 pages 12 leads 3 kb 7"));
     rig.inputs.buildKnowledgeBase = false;
     EXPECT_TRUE(rig.monitor.knowledgeBaseCountVisible());
     rig.runTicks(1);
     EXPECT_FALSE(rig.monitor.knowledgeBaseCountVisible());
+    EXPECT_EQ(rig.monitor.progressLine(), QStringLiteral("0:00:03 pages 12 leads 3"));
 }

@@ -224,35 +224,27 @@ TEST(HarvestJobStart, ReportsOnlyTheFirstFaultInOrder)
          "Please select the Knowledge Base folder under settings tab.", s},
     };
 
-    HarvestJob engines = completeJob(SearchType::SearchEngines);
-    engines.buildKnowledgeBase = true;
-    engines.knowledgeBaseRoot = QStringLiteral("/kb");
-    std::vector<Fault> engineFaults = {
-        {unselectEngines, "Select atleast one search engine from the list under search tab.",
-         WizardTab::Search},
-        {unselectKeywords, "Please select desired keywords under keyword tab.", WizardTab::Keyword},
+    // Each source's own checks come first, then the limits.
+    const auto expectStartOrder = [&](SearchType type, std::vector<Fault> faults) {
+        HarvestJob job = completeJob(type);
+        job.buildKnowledgeBase = true;
+        job.knowledgeBaseRoot = QStringLiteral("/kb");
+        faults.insert(faults.end(), limits.begin(), limits.end());
+        expectFaultOrder(job, faults, validateStart);
     };
-    engineFaults.insert(engineFaults.end(), limits.begin(), limits.end());
-    expectFaultOrder(engines, engineFaults, validateStart);
-
-    HarvestJob list = completeJob(SearchType::UrlList);
-    list.buildKnowledgeBase = true;
-    list.knowledgeBaseRoot = QStringLiteral("/kb");
-    std::vector<Fault> listFaults = {
-        {[](HarvestJob &j) { j.urlList[1].selected = false; },
-         "Select atleast one URL from the list under search tab.", WizardTab::Search},
-    };
-    listFaults.insert(listFaults.end(), limits.begin(), limits.end());
-    expectFaultOrder(list, listFaults, validateStart);
-
-    HarvestJob single = completeJob(SearchType::SingleUrl);
-    single.buildKnowledgeBase = true;
-    single.knowledgeBaseRoot = QStringLiteral("/kb");
-    std::vector<Fault> singleFaults = {
-        {set(&HarvestJob::url, " "), "Please enter URL under search tab.", WizardTab::Search},
-    };
-    singleFaults.insert(singleFaults.end(), limits.begin(), limits.end());
-    expectFaultOrder(single, singleFaults, validateStart);
+    expectStartOrder(
+        SearchType::SearchEngines,
+        {{unselectEngines, "Select atleast one search engine from the list under search tab.",
+          WizardTab::Search},
+         {unselectKeywords, "Please select desired keywords under keyword tab.",
+          WizardTab::Keyword}});
+    expectStartOrder(
+        SearchType::UrlList,
+        {{[](HarvestJob &j) { j.urlList[1].selected = false; },
+          "Select atleast one URL from the list under search tab.", WizardTab::Search}});
+    expectStartOrder(
+        SearchType::SingleUrl,
+        {{set(&HarvestJob::url, " "), "Please enter URL under search tab.", WizardTab::Search}});
 }
 
 TEST(HarvestJobStart, KnowledgeBaseRootMattersOnlyWhenBuilding)

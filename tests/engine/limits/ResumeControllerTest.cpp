@@ -42,6 +42,13 @@ struct ResumeRig
     }
 
     QStringList takeEvents() { return std::exchange(events, {}); }
+
+    // The connection goes: the question opens.
+    void loseConnection()
+    {
+        EXPECT_EQ(resume.connectionTested(false), Verdict::Skip);
+        EXPECT_EQ(takeEvents(), (QStringList{"pause", "open"}));
+    }
 };
 
 } // namespace
@@ -59,8 +66,7 @@ TEST(ResumeController, OnlineStepsProceedAndNothingIsRestoredBeforeAnyQuestion)
 TEST(ResumeController, ConnectionBackWithinOnePeriodClosesTheQuestionByItself)
 {
     ResumeRig rig;
-    EXPECT_EQ(rig.resume.connectionTested(false), Verdict::Skip);
-    EXPECT_EQ(rig.takeEvents(), (QStringList{"pause", "open"}));
+    rig.loseConnection();
     EXPECT_EQ(rig.resume.state(), State::OfflineAsking);
     EXPECT_EQ(rig.resume.windowActivated(), Activation::Nothing);
 
@@ -85,7 +91,7 @@ TEST(ResumeController, ConnectionBackWithinOnePeriodClosesTheQuestionByItself)
 TEST(ResumeController, StillOfflineKeepsAskingEveryTenSecondsWithOneTestAtATime)
 {
     ResumeRig rig;
-    (void)rig.resume.connectionTested(false);
+    rig.loseConnection();
     rig.timers.advance(10000);
     rig.probe.answer(false);
     EXPECT_TRUE(rig.resume.isAsking());
@@ -105,8 +111,7 @@ TEST(ResumeController, StillOfflineKeepsAskingEveryTenSecondsWithOneTestAtATime)
 TEST(ResumeController, ResumeModeWaitsSilentlyForTheCrawlStepToFindTheConnection)
 {
     ResumeRig rig;
-    (void)rig.resume.connectionTested(false);
-    rig.takeEvents();
+    rig.loseConnection();
     rig.resume.chooseResumeMode();
     EXPECT_EQ(rig.takeEvents(), QStringList{"close"});
     EXPECT_EQ(rig.resume.state(), State::OfflineWaiting);
@@ -126,15 +131,13 @@ TEST(ResumeController, ResumeModeWaitsSilentlyForTheCrawlStepToFindTheConnection
     EXPECT_EQ(rig.resume.windowActivated(), Activation::EnableTimers);
 
     // Lost again later with resume mode off: the question comes back.
-    EXPECT_EQ(rig.resume.connectionTested(false), Verdict::Skip);
-    EXPECT_EQ(rig.takeEvents(), (QStringList{"pause", "open"}));
+    rig.loseConnection();
 }
 
 TEST(ResumeController, CancelEndsTheRunUntilTheNextStart)
 {
     ResumeRig rig;
-    (void)rig.resume.connectionTested(false);
-    rig.takeEvents();
+    rig.loseConnection();
     rig.resume.cancel();
     EXPECT_EQ(rig.takeEvents(), (QStringList{"close", "stop"}));
     EXPECT_EQ(rig.resume.state(), State::Ended);
@@ -158,7 +161,7 @@ TEST(ResumeController, CancelEndsTheRunUntilTheNextStart)
 TEST(ResumeController, AnAnswerDuringAPendingTestWins)
 {
     ResumeRig rig;
-    (void)rig.resume.connectionTested(false);
+    rig.loseConnection();
     rig.timers.advance(10000);
     ASSERT_EQ(rig.probe.requests, 1);
     rig.resume.chooseResumeMode();

@@ -1,4 +1,5 @@
 #include "analysis/EmailMatcher.h"
+#include "analysis/FragmentSearch.h"
 #include "analysis/clsExtractor.h"
 
 #include <QByteArray>
@@ -13,8 +14,13 @@ struct PreparedFilters
 {
     explicit PreparedFilters(const LeadFilters &filters) : source(filters)
     {
-        for (const QString &domain : filters.excludedDomains)
-            excludedDomains.append(domain.toLower().toUtf8());
+        QList<QByteArray> domains;
+        for (const QString &domain : filters.excludedDomains) {
+            // An empty entry occurs in every text, so it excludes every domain.
+            everyDomainExcluded = everyDomainExcluded || domain.isEmpty();
+            domains.append(domain.toLower().toUtf8());
+        }
+        excludedDomains = FragmentSearch(domains, FragmentSearch::FoldAsciiCase);
         for (const QString &type : filters.excludedTypes)
             excludedTypes.append(type.toUpper());
         for (const QString &type : filters.includedTypes)
@@ -22,21 +28,15 @@ struct PreparedFilters
     }
 
     const LeadFilters &source;
-    QList<QByteArray> excludedDomains; // lower-cased
-    QStringList excludedTypes;         // upper-cased
-    QStringList includedTypes;         // upper-cased
+    FragmentSearch excludedDomains;
+    bool everyDomainExcluded = false;
+    QStringList excludedTypes; // upper-cased
+    QStringList includedTypes; // upper-cased
 };
 
 bool domainExcluded(const PreparedFilters &filters, QByteArrayView domain)
 {
-    if (filters.excludedDomains.isEmpty())
-        return false;
-    const QByteArray lowered = domain.toByteArray().toLower();
-    for (const QByteArray &entry : filters.excludedDomains) {
-        if (lowered.contains(entry))
-            return true;
-    }
-    return false;
+    return filters.everyDomainExcluded || filters.excludedDomains.occursIn(domain);
 }
 
 bool typeListed(const QStringList &upperTypes, const QString &upperLocal)

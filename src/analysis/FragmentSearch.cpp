@@ -4,14 +4,24 @@
 
 namespace corvane {
 
-FragmentSearch::FragmentSearch(const QList<QByteArray> &fragments)
+FragmentSearch::FragmentSearch(const QList<QByteArray> &given, CaseMode mode)
 {
+    QList<QByteArray> fragments = given;
+    if (mode == FoldAsciiCase) {
+        for (QByteArray &fragment : fragments)
+            fragment = fragment.toLower();
+    }
     for (const QByteArray &fragment : fragments) {
         for (const char c : fragment) {
             auto &cls = m_class[static_cast<unsigned char>(c)];
             if (cls == 0)
                 cls = static_cast<unsigned short>(m_classes++);
         }
+    }
+
+    if (mode == FoldAsciiCase) {
+        for (int c = 'A'; c <= 'Z'; ++c)
+            m_class[size_t(c)] = m_class[size_t(c - 'A' + 'a')];
     }
 
     // Trie first; -1 marks a missing edge.

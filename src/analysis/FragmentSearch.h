@@ -10,13 +10,16 @@
 namespace corvane {
 
 // "Does any of these fragments occur in this text?" in one pass over the text, however many
-// fragments there are (an Aho-Corasick automaton over the fragments' bytes). The text is
-// compared as given: callers lower-case both sides when letter case is to be ignored.
+// fragments there are (an Aho-Corasick automaton over the fragments' bytes). With
+// FoldAsciiCase the fragments are lower-cased and the text's A-Z count as a-z, so callers
+// need no lower-cased copy of the text.
 class FragmentSearch
 {
 public:
+    enum CaseMode { ExactCase, FoldAsciiCase };
+
     FragmentSearch() = default;
-    explicit FragmentSearch(const QList<QByteArray> &fragments);
+    explicit FragmentSearch(const QList<QByteArray> &fragments, CaseMode mode = ExactCase);
 
     bool isEmpty() const { return m_empty; }
     bool occursIn(QByteArrayView text) const;

@@ -34,7 +34,7 @@ AddressFilterList::AddressFilterList(const QString &text) : m_text(text)
         m_fragments.append(fragment.toString());
         lowered.append(fragment.toString().toLower().toUtf8());
     }
-    m_search = FragmentSearch(lowered);
+    m_search = FragmentSearch(lowered, FragmentSearch::FoldAsciiCase);
 }
 
 bool AddressFilterList::admits(QByteArrayView address) const
@@ -46,8 +46,8 @@ bool AddressFilterList::admits(QByteArrayView address) const
     const qsizetype dot = domain.indexOf('.');
     if (dot < 0)
         return false;
-    // Addresses are ASCII, so lower-casing byte by byte is the full case fold here.
-    return m_search.occursIn(domain.sliced(dot).toByteArray().toLower());
+    // Addresses are ASCII, so folding A-Z is the whole case-insensitive comparison.
+    return m_search.occursIn(domain.sliced(dot));
 }
 
 bool AddressFilterList::admits(const QString &address) const

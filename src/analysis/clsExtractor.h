@@ -20,7 +20,6 @@ public:
     // "http://h/" -> "http://h"; "http://h" unchanged; a "//" after the scheme gives "".
     // Under the modern profile an "https://" URL is cut the same way.
     static QString MakeBaseURL(const QString &url, CrawlProfile profile = CrawlProfile::Classic);
-    QString MakeBaseURL(const QString &url) const { return MakeBaseURL(url, m_ctx.profile); }
 
     // Start-URL mode, the start page: every HREF="..." link (with a "." in it) resolved
     // against base, onto lstResult. Records base as ctx.baseURL. Returns "Sucess".

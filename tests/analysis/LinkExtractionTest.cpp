@@ -1,0 +1,262 @@
+// Link extraction in start-URL mode (link pattern) and search-engine mode (anchors).
+
+#include "analysis/AnalysisContext.h"
+#include "analysis/clsExtractor.h"
+
+#include <gtest/gtest.h>
+
+using namespace corvane;
+
+namespace {
+
+QString href(const QString &value)
+{
+    return QStringLiteral("<a href=\"%1\">x</a>\n").arg(value);
+}
+
+} // namespace
+
+TEST(MakeBaseURL, CutsThePageURLToItsDirectory)
+{
+    EXPECT_EQ(clsExtractor::MakeBaseURL("http://host.com"), "http://host.com")
+        << "no path: unchanged";
+    EXPECT_EQ(clsExtractor::MakeBaseURL("http://host.com/"), "http://host.com")
+        << "a lone / is dropped";
+    EXPECT_EQ(clsExtractor::MakeBaseURL("http://host.com/a/b.html"), "http://host.com/a");
+    EXPECT_EQ(clsExtractor::MakeBaseURL("http://host.com/a/"), "http://host.com/a");
+    EXPECT_EQ(clsExtractor::MakeBaseURL("HTTP://Host.com/A/b.html"), "HTTP://Host.com/A")
+        << "letter case kept";
+    EXPECT_EQ(clsExtractor::MakeBaseURL("http://host.com/a//b.html"), "")
+        << "a // after the scheme";
+    EXPECT_EQ(clsExtractor::MakeBaseURL("http://h.com/r?u=http://x.com/y"), "");
+    EXPECT_EQ(clsExtractor::MakeBaseURL(""), "");
+    EXPECT_EQ(clsExtractor::MakeBaseURL("a/b"), "a/b") << "slash before position 8";
+}
+
+TEST(MakeBaseURL, SecureSchemeOnlyUnderModernProfile)
+{
+    EXPECT_EQ(clsExtractor::MakeBaseURL("https://host.com/a/b.html"), "https://host.com/a");
+    // Classic reads the second slash of "https://" as the path.
+    EXPECT_EQ(clsExtractor::MakeBaseURL("https://host.com"), "https:/");
+    EXPECT_EQ(clsExtractor::MakeBaseURL("https://host.com", CrawlProfile::Modern),
+              "https://host.com");
+    EXPECT_EQ(clsExtractor::MakeBaseURL("https://host.com/", CrawlProfile::Modern),
+              "https://host.com");
+    EXPECT_EQ(clsExtractor::MakeBaseURL("https://host.com/a//b", CrawlProfile::Modern), "");
+}
+
+TEST(StartPageLinks, RelativeFormsJoinTheBaseDirectory)
+{
+    AnalysisContext ctx;
+    clsExtractor extractor(ctx);
+    const QString base = "http://h.com/dir";
+    const QString page = href("/x.html") + href("../y.html") + href("z.html") + href("sub/w.htm") +
+                         href("page.html#frag") + href("#top.html") + "<a HREF=\"UP.HTML\">" +
+                         "<a href='single.html'>" + "<a href=\"nodot\">" + "<a href=\"a.\">";
+    EXPECT_EQ(extractor.FetchURLLinks(page, base), "Sucess");
+    EXPECT_EQ(ctx.lstResult.texts(),
+              QStringList({"http://h.com/dir/x.html", "http://h.com/dir/y.html",
+                           "http://h.com/dir/z.html", "http://h.com/dir/sub/w.htm",
+                           "http://h.com/dir/page.html", "http://h.com/dir/UP.HTML"}));
+    EXPECT_EQ(ctx.baseURL, base);
+}
+
+TEST(StartPageLinks, AbsoluteAndMailLinks)
+{
+    AnalysisContext ctx;
+    clsExtractor extractor(ctx);
+    const QString page = href("http://other.org/p.html") + href("HTTP://Up.org/Q.html") +
+                         href("mailto:a@b.com") + href("http://a.com/x@y.html") +
+                         href("https://s.com/a.html");
+    extractor.FetchURLLinks(page, "http://h.com");
+    EXPECT_EQ(ctx.lstResult.texts(), QStringList({"http://other.org/p.html", "HTTP://Up.org/Q.html",
+                                                  "http://h.com/https://s.com/a.html"}))
+        << "https counts as relative under classic";
+
+    AnalysisContext modern;
+    modern.profile = CrawlProfile::Modern;
+    clsExtractor(modern).FetchURLLinks(href("https://s.com/a.html"), "http://h.com");
+    EXPECT_EQ(modern.lstResult.texts(), QStringList({"https://s.com/a.html"}));
+
+    AnalysisContext atBase;
+    clsExtractor(atBase).FetchURLLinks(href("x.html") + href("http://ok.com/a.html"),
+                                       "http://u@h.com");
+    EXPECT_EQ(atBase.lstResult.texts(), QStringList({"http://ok.com/a.html"}))
+        << "base with @ drops relative links";
+}
+
+TEST(StartPageLinks, NoFilterOrSameSiteRuleOnTheStartPage)
+{
+    AnalysisContext ctx;
+    ctx.filters.excludedDomains = {QStringLiteral("other")};
+    clsExtractor(ctx).FetchURLLinks(href("http://other.org/p.html"), "http://h.com");
+    EXPECT_EQ(ctx.lstResult.count(), 1);
+}
+
+TEST(SeenUrls, OneSetAcrossExtractorsAndCaseSensitive)
+{
+    AnalysisContext ctx;
+    clsExtractor first(ctx);
+    clsExtractor second(ctx);
+    first.FetchURLLinks(href("http://h.com/a.html") + href("http://h.com/a.html"), "http://h.com");
+    second.FetchURLDetails(href("http://h.com/a.html") + href("http://h.com/A.html"),
+                           "http://h.com/x");
+    EXPECT_EQ(ctx.lstResult.texts(), QStringList({"http://h.com/a.html"}));
+    EXPECT_EQ(ctx.lstDetails.texts(), QStringList({"http://h.com/A.html"}));
+    EXPECT_TRUE(ctx.seenUrls.contains("http://h.com/A.html"));
+    EXPECT_EQ(ctx.seenUrls.count(), 2);
+}
+
+TEST(StartDetailLinks, StayOnTheHostAndResolveAgainstIt)
+{
+    AnalysisContext ctx;
+    ctx.filters.excludedDomains = {QStringLiteral("ADS")};
+    clsExtractor extractor(ctx);
+    const QString page = href("sub/x.html") + href("/root.html") + href("../up.html") +
+                         href("http://other.org/a.html") + href("http://H.COM/b.html") +
+                         href("http://h.com/ads/c.html") + href("ads/d.html") +
+                         href("mailto:m@h.com") + href("http://other.org/?u=http://h.com/x.html");
+    EXPECT_EQ(extractor.FetchURLDetails(page, "http://h.com/deep/dir"), "Sucess");
+    EXPECT_EQ(
+        ctx.lstDetails.texts(),
+        QStringList({"http://h.com/sub/x.html", "http://h.com/root.html", "http://h.com/up.html",
+                     "http://H.COM/b.html", "http://other.org/?u=http://h.com/x.html"}))
+        << "same site is a substring test on the whole link";
+    EXPECT_TRUE(ctx.lstResult.isEmpty());
+}
+
+TEST(StartDetailLinks, BareWwwLinkIsNeverListed)
+{
+    AnalysisContext ctx;
+    clsExtractor(ctx).FetchURLDetails(href("http://www. ") + href("http://www.x.com"),
+                                      "http://www.");
+    EXPECT_EQ(ctx.lstDetails.texts(), QStringList({"http://www.x.com"}));
+}
+
+TEST(StartDetailLinks, SecureHostUnderModernProfile)
+{
+    AnalysisContext ctx;
+    ctx.profile = CrawlProfile::Modern;
+    clsExtractor(ctx).FetchURLDetails(href("a/b.html") + href("https://s.com/c.html") +
+                                          href("http://t.com/d.html"),
+                                      "https://s.com/dir");
+    EXPECT_EQ(ctx.lstDetails.texts(),
+              QStringList({"https://s.com/a/b.html", "https://s.com/c.html"}));
+}
+
+TEST(ResultPageLinks, OnlyAbsoluteHttpLowerCased)
+{
+    AnalysisContext ctx;
+    ctx.firstPagePending = true;
+    clsExtractor extractor(ctx);
+    const QString page = href("http://Result.com/Page.html") + href("http://a.com/q?x+y") +
+                         href("https://s.com/") + href("/relative.html") + href("mailto:x@y.com") +
+                         "<a href=http://bare.com/b.html>b</a>" +
+                         href("http://result.com/page.html") + href("http://ads.com/x");
+    ctx.filters.excludedDomains = {QStringLiteral("Ads.")};
+    EXPECT_EQ(extractor.FetchLinks(page, "ignored"), QString());
+    EXPECT_EQ(ctx.lstResult.texts(),
+              QStringList({"http://result.com/page.html", "http://bare.com/b.html"}));
+    EXPECT_EQ(ctx.parseMode, 1);
+    EXPECT_EQ(ctx.resultCount, 2);
+    EXPECT_FALSE(ctx.firstPagePending);
+    EXPECT_EQ(ctx.anchorValue(1), "http://result.com/page.html");
+    EXPECT_EQ(ctx.anchorValue(3), "https://s.com/");
+    EXPECT_EQ(ctx.anchorValues.size(), 8);
+}
+
+TEST(ResultPageLinks, EmptyResultKeepsTheFirstPagePending)
+{
+    AnalysisContext ctx;
+    ctx.firstPagePending = true;
+    clsExtractor(ctx).FetchLinks(href("/only/relative.html"), QString());
+    EXPECT_EQ(ctx.resultCount, 0);
+    EXPECT_TRUE(ctx.firstPagePending);
+
+    AnalysisContext modern;
+    modern.profile = CrawlProfile::Modern;
+    clsExtractor(modern).FetchLinks(href("https://S.com/p"), QString());
+    EXPECT_EQ(modern.lstResult.texts(), QStringList({"https://s.com/p"}));
+}
+
+TEST(DetailPageLinks, ResolveAgainstTheSiteRoot)
+{
+    AnalysisContext ctx;
+    clsExtractor extractor(ctx);
+    QString base = "http://www.firm.com/dir/page.html";
+    const QString page = href("../../a.html") + href("/../../b.html") + href("./c.html") +
+                         href("../d.html") + href("e.html") + href("/f.html") +
+                         href("http://www.firm.com/G.html");
+    EXPECT_EQ(extractor.FetchDetails(page, base), QString());
+    EXPECT_EQ(base, "http://www.firm.com") << "the caller's base is cut to the host";
+    EXPECT_EQ(ctx.lstDetails.texts(),
+              QStringList({"http://www.firm.com/a.html", "http://www.firm.com/b.html",
+                           "http://www.firm.com/c.html", "http://www.firm.com/d.html",
+                           "http://www.firm.com/e.html", "http://www.firm.com/f.html",
+                           "http://www.firm.com/g.html"}));
+    EXPECT_EQ(ctx.parseMode, 2);
+}
+
+TEST(DetailPageLinks, DroppedLinks)
+{
+    AnalysisContext ctx;
+    ctx.filters.excludedDomains = {QStringLiteral("private")};
+    clsExtractor extractor(ctx);
+    QString base = "http://www.firm.com/x";
+    const QString page =
+        href("http://other.com/a.html") + href("http://www.firm.com/file.ZIP") + href("style.css") +
+        href("setup.Exe") + href("http://firm.com/r?u=http://evil.com") + href("javascript:go()") +
+        href("a+b.html") + href("mailto:a@firm.com") + href("private/p.html") + href("ok.html");
+    extractor.FetchDetails(page, base);
+    EXPECT_EQ(ctx.lstDetails.texts(), QStringList({"http://www.firm.com/ok.html"}));
+}
+
+TEST(DetailPageLinks, TwoLabelHostKeepsOnlyTheLastLabelAsSite)
+{
+    AnalysisContext ctx;
+    QString base = "http://firm.com/";
+    clsExtractor(ctx).FetchDetails(
+        href("http://other.com/p.html") + href("http://other.org/q.html"), base);
+    EXPECT_EQ(ctx.lstDetails.texts(), QStringList({"http://other.com/p.html"}));
+}
+
+TEST(DetailPageLinks, SecureSchemeOnlyUnderModernProfile)
+{
+    const QString page = href("https://www.firm.com/a.html") + href("b.html");
+    AnalysisContext classic;
+    QString classicBase = "https://www.firm.com/dir/p.html";
+    clsExtractor(classic).FetchDetails(page, classicBase);
+    EXPECT_EQ(classicBase, "https:/");
+    EXPECT_TRUE(classic.lstDetails.isEmpty());
+
+    AnalysisContext modern;
+    modern.profile = CrawlProfile::Modern;
+    QString modernBase = "https://www.firm.com/dir/p.html";
+    clsExtractor(modern).FetchDetails(page, modernBase);
+    EXPECT_EQ(modernBase, "https://www.firm.com");
+    EXPECT_EQ(modern.lstDetails.texts(),
+              QStringList({"https://www.firm.com/a.html", "https://www.firm.com/b.html"}));
+}
+
+TEST(HostileLinks, HugeInputsStayBoundedAndCorrect)
+{
+    // 10^5 anchors without "</a>": nothing is cut, the array keeps its one empty entry.
+    QString open;
+    for (int i = 0; i < 100000; ++i)
+        open += QStringLiteral("<a href=\"http://h%1.com/\">").arg(i);
+    AnalysisContext ctx;
+    clsExtractor extractor(ctx);
+    extractor.FetchLinks(open, QString());
+    EXPECT_TRUE(ctx.lstResult.isEmpty());
+    EXPECT_EQ(ctx.anchorValues, QStringList({QString()}));
+
+    // The same anchors for the link pattern: every one found once.
+    extractor.FetchURLLinks(open, "http://h.com");
+    EXPECT_EQ(ctx.lstResult.count(), 100000);
+
+    // One 8 MB line of href=" with no closing quote and no period.
+    AnalysisContext line;
+    const QString endless = QStringLiteral("href=\"") + QString(8 << 20, QLatin1Char('x'));
+    clsExtractor(line).FetchURLLinks(endless + endless, "http://h.com");
+    EXPECT_TRUE(line.lstResult.isEmpty());
+}

@@ -1,0 +1,66 @@
+// corvane-cli import-bookmarks FILE [--profile classic|modern]
+//
+// Prints the web addresses a bookmark file (a browser's HTML bookmark export) gives as
+// start URLs, one per line, in file order, duplicates kept. The classic profile takes
+// "http://" addresses only; modern takes "https://" ones too.
+
+#include "Command.h"
+
+#include "analysis/AnalysisContext.h"
+#include "common/CrawlProfile.h"
+#include "exchange/BookmarkImport.h"
+
+#include <QCommandLineParser>
+#include <QFile>
+#include <QFileInfo>
+
+using namespace corvane;
+using namespace corvane::cli;
+
+namespace {
+
+int runImportBookmarks(const QStringList &args)
+{
+    QCommandLineParser parser;
+    const QCommandLineOption profileOption(QStringLiteral("profile"),
+                                           QStringLiteral("classic (default) or modern"),
+                                           QStringLiteral("PROFILE"));
+    parser.addOption(profileOption);
+    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("bookmark file"));
+    if (!parser.parse(QStringList{QStringLiteral("import-bookmarks")} + args))
+        return usageError(parser.errorText());
+    const QStringList positional = parser.positionalArguments();
+    if (positional.size() != 1)
+        return usageError(QStringLiteral("import-bookmarks needs exactly one FILE"));
+
+    AnalysisContext ctx;
+    if (parser.isSet(profileOption)) {
+        const std::optional<CrawlProfile> chosen = parseCrawlProfile(parser.value(profileOption));
+        if (!chosen)
+            return usageError(QStringLiteral("--profile must be classic or modern, not \"%1\"")
+                                  .arg(parser.value(profileOption)));
+        ctx.profile = *chosen;
+    }
+    const QString path = positional.first();
+    QFile probe(path);
+    if (!QFileInfo(path).isFile() || !probe.open(QIODevice::ReadOnly))
+        return usageError(QStringLiteral("cannot read bookmark file %1").arg(path));
+    probe.close();
+
+    // The import lists addresses only while the search-engine option is off.
+    ctx.searchEngineSelected = false;
+    const Result<qsizetype> imported = BookmarkImport::run(ctx, path);
+    if (!imported)
+        return usageError(imported.message());
+    QString text;
+    for (const QString &url : ctx.lstURLList.texts())
+        text += url + QLatin1Char('\n');
+    writeOut(text);
+    return kExitOk;
+}
+
+const CommandRegistration reg(QStringLiteral("import-bookmarks"),
+                              QStringLiteral("print the start URLs of a bookmark file"),
+                              runImportBookmarks);
+
+} // namespace

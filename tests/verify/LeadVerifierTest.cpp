@@ -1,3 +1,4 @@
+#include "DnsReplies.h"
 #include "DnsmasqServer.h"
 #include "FakeDnsServer.h"
 #include "support/TestSupport.h"
@@ -239,6 +240,33 @@ TEST_F(VerifySilentServer, UnwritableResultFileIsReportedAndKept)
     EXPECT_FALSE(verifier.isRunning());
     EXPECT_EQ(problems.size(), 1);
     EXPECT_EQ(recordLines(blocked), leads(2));
+}
+
+} // namespace
+
+namespace {
+
+// A domain that declares it takes no mail ("." as its only exchanger): classic counts
+// the listed exchanger, modern does not.
+TEST(VerifyNullExchanger, OnlyModernRejectsIt)
+{
+    TempDataFolder home;
+    FakeDnsServer server([](const QByteArray &query) {
+        qsizetype pos = 12;
+        const QString asked = modDNS::readName(query, pos).value_or(QString());
+        return QList<QByteArray>{test::ReplyBuilder(test::ReplyBuilder::labels(asked))
+                                     .mx(0, QByteArray(1, '\0'))
+                                     .build()};
+    });
+    for (const CrawlProfile profile : {CrawlProfile::Classic, CrawlProfile::Modern}) {
+        LeadVerifier verifier(RealTimerSource::instance(), profile);
+        verifier.setDnsServer(QStringLiteral("127.0.0.1:%1").arg(server.port()));
+        verifier.addLeads({QStringLiteral("nobody@nomail.test")});
+        ASSERT_TRUE(verifier.verify());
+        ASSERT_TRUE(waitForCompletion(verifier));
+        EXPECT_EQ(verifier.validCount(), profile == CrawlProfile::Classic ? 1 : 0)
+            << crawlProfileName(profile).toStdString();
+    }
 }
 
 } // namespace

@@ -158,6 +158,7 @@ void deleteKnowledgeBase(const DeleteRequest &request, DeleteOutcome &outcome)
     removeLines(keywords.value(),
                 [&](const QByteArray &line) { return secondNumber(line) == number; });
     removeLines(bases.value(), [&](const QByteArray &line) { return firstNumber(line) == number; });
+    const qsizetype problemsBefore = outcome.problems.size();
     if (Result<void> written =
             RecordFile::rewriteStoredLines(CatalogueFiles::kbKeywords(), *keywords);
         !written)
@@ -167,6 +168,11 @@ void deleteKnowledgeBase(const DeleteRequest &request, DeleteOutcome &outcome)
         !written)
         outcome.problems.append(written.message());
     outcome.reloadViewer = true;
+    if (outcome.problems.size() > problemsBefore) {
+        // The catalogues still name the knowledge base, so its pages stay with it.
+        outcome.problems.append(QStringLiteral("The knowledge base folder was kept"));
+        return;
+    }
     if (!folderBelongs) {
         outcome.problems.append(QStringLiteral("The folder %1 is not the one recorded for this "
                                                "knowledge base; it was left in place")

@@ -64,6 +64,9 @@ QString safeFileName(QStringView name)
         safe += forbiddenInFileName(ch) ? QLatin1Char('_') : ch;
     while (safe.endsWith(QLatin1Char('.')) || safe.endsWith(QLatin1Char(' ')))
         safe.chop(1);
+    // Leading dots would hide the shortcut on Linux.
+    while (safe.startsWith(QLatin1Char('.')))
+        safe.remove(0, 1);
     if (safe.isEmpty())
         return QStringLiteral("site");
     if (isReservedDeviceName(safe))

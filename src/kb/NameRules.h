@@ -16,8 +16,8 @@ namespace corvane {
 Result<void> checkFolderName(QStringView name, const QString &what);
 
 // A file name made from an untrusted site name: forbidden and control characters become
-// "_", trailing dots and spaces go, reserved device names get a "_" in front, and the
-// result is at most 200 characters; never empty ("site").
+// "_", leading dots and trailing dots and spaces go, reserved device names get a "_" in front, and
+// the result is at most 200 characters; never empty ("site").
 QString safeFileName(QStringView name);
 
 // The site of an address for its shortcut: the text before the first "/" at position 8 or

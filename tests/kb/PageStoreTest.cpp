@@ -1,0 +1,222 @@
+#include "KbTestSupport.h"
+#include "support/TestSupport.h"
+
+#include "kb/Catalogues.h"
+#include "kb/DiskSpace.h"
+#include "kb/PageStore.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using namespace corvane::test;
+
+namespace {
+
+QByteArray pageTitled(const QByteArray &title)
+{
+    return "<html><head><Title>" + title + "</tITLE></head><body>x</body></html>";
+}
+
+class Store : public ::testing::Test
+{
+protected:
+    Store() : store([this] { return now; })
+    {
+        PageStoreSettings settings;
+        settings.root = home.file(QStringLiteral("KB"));
+        settings.baseName = QStringLiteral(" Travel ");
+        settings.selectedTerms = {QStringLiteral("Rail"), QStringLiteral("Europe")};
+        settings.favoritesFolder = home.file(QStringLiteral("Favorites"));
+        store.setSettings(settings);
+        MailGroupCatalogue groups;
+        EXPECT_TRUE(groups.LoadMailGroups());
+        EXPECT_TRUE(groups.AddMailGroup(QStringLiteral("Travel")));
+    }
+    QString kbFolder() const { return home.file(QStringLiteral("KB/Travel-03-07-26-0905")); }
+
+    TempDataFolder home;
+    QDateTime now{QDate(2026, 3, 7), QTime(9, 5)};
+    PageStore store;
+};
+
+} // namespace
+
+TEST_F(Store, PageMatchingTwoTermsIsStoredOnceUnderTheFirst)
+{
+    const QByteArray html = pageTitled("European rail passes");
+    const Result<SaveOutcome> saved =
+        store.SaveTaxonomy(QStringLiteral("http://rail.test/passes"), html);
+    ASSERT_TRUE(saved);
+    EXPECT_TRUE(saved->problems.isEmpty()) << saved->problems.join('\n').toStdString();
+    EXPECT_EQ(saved->pageNumber, 1);
+    EXPECT_EQ(saved->term, QStringLiteral("Rail"));
+
+    EXPECT_EQ(readFile(kbFolder() + QStringLiteral("/Rail/1.htm")), html);
+    EXPECT_EQ(recordTexts(kbFolder() + QStringLiteral("/Rail/index.qdx")),
+              QStringList({"1##http://rail.test/passes"}));
+    EXPECT_TRUE(QFileInfo(kbFolder() + QStringLiteral("/Europe")).isDir());
+    EXPECT_FALSE(QFileInfo::exists(kbFolder() + QStringLiteral("/Europe/index.qdx")));
+    EXPECT_EQ(QDir(kbFolder() + QStringLiteral("/Europe")).entryList(QDir::Files).size(), 0);
+
+    // The first knowledge base is number 1, of the mail group added last; its keyword
+    // folders are owned by the knowledge-base number.
+    EXPECT_EQ(recordTexts(CatalogueFiles::kbMailGroups()),
+              QStringList({QStringLiteral("1@1@Travel-03-07-26-0905@") + kbFolder()}));
+    EXPECT_EQ(recordTexts(CatalogueFiles::kbKeywords()), QStringList({"1@1@Rail", "2@1@Europe"}));
+}
+
+TEST_F(Store, SkipsErrorPagesUntitledPagesAndRepeatedAddresses)
+{
+    for (const QByteArray &html :
+         {pageTitled("The page cannot be found - rail"), pageTitled("CANNOT FIND SERVER rail"),
+          pageTitled(""), QByteArray("<html>rail</html>"), QByteArray("<title>rail")}) {
+        const Result<SaveOutcome> saved =
+            store.SaveTaxonomy(QStringLiteral("http://a.test/"), html);
+        ASSERT_TRUE(saved);
+        EXPECT_FALSE(saved->stored()) << html.toStdString();
+        EXPECT_FALSE(saved->skipped.isEmpty());
+    }
+    EXPECT_FALSE(QFileInfo::exists(kbFolder()));
+
+    ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("http://a.test/"), pageTitled("Rail")));
+    const Result<SaveOutcome> again =
+        store.SaveTaxonomy(QStringLiteral("http://a.test/"), pageTitled("Rail"));
+    ASSERT_TRUE(again);
+    EXPECT_FALSE(again->stored());
+    EXPECT_EQ(store.pageCounter(), 1);
+    EXPECT_TRUE(store.storedAddresses().contains(QStringLiteral("http://a.test/")));
+    store.clearStoredAddresses();
+    const Result<SaveOutcome> afterClear =
+        store.SaveTaxonomy(QStringLiteral("http://a.test/"), pageTitled("rail"));
+    ASSERT_TRUE(afterClear);
+    EXPECT_EQ(afterClear->pageNumber, 2);
+}
+
+TEST_F(Store, RootWithOrWithoutFinalSeparatorGivesTheSameFolder)
+{
+    PageStoreSettings settings = store.settings();
+    EXPECT_EQ(store.knowledgeBaseFolder(QStringLiteral("X")), home.file(QStringLiteral("KB/X")));
+    settings.root += QLatin1Char('/');
+    store.setSettings(settings);
+    EXPECT_EQ(store.knowledgeBaseFolder(QStringLiteral("X")), home.file(QStringLiteral("KB/X")));
+}
+
+TEST_F(Store, TimeStampIsKeptOnceTheFirstKnowledgeBaseIsRecorded)
+{
+    EXPECT_EQ(store.KnowledgeBaseName(), QStringLiteral("Travel-03-07-26-0905"));
+    now = now.addSecs(60);
+    EXPECT_EQ(store.KnowledgeBaseName(), QStringLiteral("Travel-03-07-26-0906"));
+    ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("http://a.test/"), pageTitled("Rail")));
+    now = now.addSecs(3600);
+    EXPECT_EQ(store.KnowledgeBaseName(), QStringLiteral("Travel-03-07-26-0906"));
+    ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("http://b.test/"), pageTitled("Rail")));
+    EXPECT_EQ(recordTexts(CatalogueFiles::kbMailGroups()).size(), 1);
+    EXPECT_EQ(
+        recordTexts(home.file(QStringLiteral("KB/Travel-03-07-26-0906/Rail/index.qdx"))).size(), 2);
+}
+
+TEST_F(Store, ExistingMailGroupAndViewerNotification)
+{
+    PageStoreSettings settings = store.settings();
+    settings.source = HarvestSource::SearchExistingMailGroup;
+    settings.selectedMailGroup = 7;
+    store.setSettings(settings);
+    QList<KnowledgeBaseRecord> created;
+    store.onKnowledgeBaseCreated = [&](const KnowledgeBaseRecord &record) {
+        created.append(record);
+    };
+    writeFile(CatalogueFiles::kbMailGroups(), storedFile({"4@1@Old@/old"}));
+    ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("http://a.test/"), pageTitled("Rail")));
+    ASSERT_EQ(created.size(), 1);
+    EXPECT_EQ(created[0].number, 5);
+    EXPECT_EQ(created[0].mailGroup, 7);
+    EXPECT_EQ(store.currentKnowledgeBaseNumber(), 5);
+    EXPECT_EQ(recordTexts(CatalogueFiles::kbKeywords()), QStringList({"1@5@Rail"}));
+}
+
+TEST_F(Store, FavoritesMirrorTheTreeWithOneShortcutPerSite)
+{
+    PageStoreSettings settings = store.settings();
+    settings.createFavorites = true;
+    store.setSettings(settings);
+    ASSERT_TRUE(
+        store.SaveTaxonomy(QStringLiteral("http://www.rail.test/a/b.html"), pageTitled("Rail")));
+    const QString shortcut =
+        home.file(QStringLiteral("Favorites/Travel-03-07-26-0905/Rail/www.rail.test.url"));
+    EXPECT_EQ(readFile(shortcut), QByteArray("[InternetShortcut]\r\nURL=www.rail.test"));
+
+    // An existing shortcut is left alone; a hostile site name stays inside the folder.
+    writeFile(shortcut, "mine");
+    ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("http://www.rail.test/c"), pageTitled("Rail")));
+    EXPECT_EQ(readFile(shortcut), QByteArray("mine"));
+    ASSERT_TRUE(QDir().mkpath(home.file(QStringLiteral("Fav"))));
+    ASSERT_TRUE(PageStore::SaveFavorites(home.file(QStringLiteral("Fav")),
+                                         QStringLiteral("..\\..\\CON:x")));
+    EXPECT_EQ(QDir(home.file(QStringLiteral("Fav"))).entryList(QDir::Files),
+              QStringList({"_.._CON_x.url"}));
+    ASSERT_TRUE(PageStore::SaveFavorites(home.file(QStringLiteral("Fav")), QStringLiteral("nul")));
+    EXPECT_TRUE(QFileInfo::exists(home.file(QStringLiteral("Fav/_nul.url"))));
+}
+
+TEST_F(Store, RefusesNamesThatWouldEscapeTheRoot)
+{
+    for (const QString &base :
+         {QStringLiteral("../x"), QStringLiteral("a\\b"), QStringLiteral("a:b")}) {
+        PageStoreSettings settings = store.settings();
+        settings.baseName = base;
+        store.setSettings(settings);
+        const Result<int> saved =
+            store.SavePage(QStringLiteral("http://a.test/"), QStringLiteral("Rail"), "<x>");
+        ASSERT_FALSE(saved);
+        EXPECT_TRUE(saved.message().startsWith(QStringLiteral("SavePage->Knowledge base name")));
+    }
+    PageStoreSettings settings = store.settings();
+    settings.baseName = QStringLiteral("Travel");
+    store.setSettings(settings);
+    const Result<int> saved =
+        store.SavePage(QStringLiteral("http://a.test/"), QStringLiteral(".."), "<x>");
+    ASSERT_FALSE(saved);
+    EXPECT_TRUE(saved.message().startsWith(QStringLiteral("SavePage->Taxonomy term")));
+    EXPECT_EQ(QDir(home.path()).entryList(QDir::Files), QStringList());
+    EXPECT_FALSE(QFileInfo::exists(home.file(QStringLiteral("KB"))));
+}
+
+TEST_F(Store, AddressOutsideTheCodePageIsIndexedPercentEncoded)
+{
+    ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("http://a.test/\u4e2d"), pageTitled("Rail")));
+    EXPECT_EQ(recordTexts(kbFolder() + QStringLiteral("/Rail/index.qdx")),
+              QStringList({"1##http://a.test/%E4%B8%AD"}));
+}
+
+TEST(DiskSpace, WarnsAtFiveMegabytesOrLess)
+{
+    const auto answering = [](qint64 bytes) {
+        return [bytes](const QString &) { return Result<qint64>(bytes); };
+    };
+    const Result<std::optional<QString>> low =
+        GetDiskSpace(QStringLiteral("/"), answering(5000000));
+    ASSERT_TRUE(low);
+    EXPECT_EQ(low->value_or(QString()),
+              QStringLiteral("Insufficient hard disk space (below 5 MB)"));
+    const Result<std::optional<QString>> enough =
+        GetDiskSpace(QStringLiteral("/"), answering(5000001));
+    ASSERT_TRUE(enough);
+    EXPECT_FALSE(enough->has_value());
+    const Result<std::optional<QString>> broken =
+        GetDiskSpace(QStringLiteral("/"), [](const QString &) {
+            return Result<qint64>(fail(QStringLiteral("bad drive")));
+        });
+    ASSERT_FALSE(broken);
+    EXPECT_EQ(broken.message(), QStringLiteral("GetDiskSpace->bad drive"));
+
+    // A root that does not exist yet is measured on its nearest existing parent.
+    TempDataFolder home;
+    const Result<std::optional<QString>> real =
+        GetDiskSpace(home.file(QStringLiteral("not/yet/there")));
+    EXPECT_TRUE(real) << real.message().toStdString();
+    EXPECT_EQ(driveRootOf(QStringLiteral("C:\\KB\\x")), QStringLiteral("C:\\"));
+    EXPECT_EQ(driveRootOf(QStringLiteral("/home/u/KB")), QStringLiteral("/home/u/KB"));
+}

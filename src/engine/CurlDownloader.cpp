@@ -369,7 +369,7 @@ void CurlDownloader::Worker::startRobotsFetch(const QString &site, const QUrl &p
 
 void CurlDownloader::Worker::startPages()
 {
-    while (!m_ready.empty() && m_runningPages < m_ready.front().options->maxInFlight) {
+    while (!m_ready.empty() && m_runningPages < std::max(1, m_ready.front().options->maxInFlight)) {
         Request request = std::move(m_ready.front());
         m_ready.pop_front();
         if (request.deadline <= Clock::now()) {
@@ -441,14 +441,13 @@ void CurlDownloader::Worker::configure(CURL *easy, Transfer *transfer, const QBy
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
-    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, static_cast<long>(o.maxRedirects));
+    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, static_cast<long>(std::max(0, o.maxRedirects)));
     curl_easy_setopt(easy, CURLOPT_AUTOREFERER, 1L);
     curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, ""); // every encoding curl can decode
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, timeoutMs);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, timeoutMs);
     curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(transfer->cap));
     curl_easy_setopt(easy, CURLOPT_USERAGENT, o.userAgent.constData());
-    curl_easy_setopt(easy, CURLOPT_COOKIEFILE, ""); // cookies live for one page's redirects
     const ProxySettings &p = o.proxy;
     if (p.kind == ProxySettings::Kind::None) {
         curl_easy_setopt(easy, CURLOPT_PROXY, ""); // and ignore *_proxy variables

@@ -23,6 +23,7 @@ constexpr qsizetype kMaxHeaderBytes = 16 * 1024;
 constexpr qint64 kStreamChunk = 64 * 1024;
 constexpr qint64 kWriteBacklog = 256 * 1024;
 constexpr qint64 kOneGiB = qint64(1) << 30;
+constexpr qsizetype kMaxRequestsLogged = 100000; // a long demo harvest must not grow it forever
 
 quint32 crc32Update(quint32 crc, const char *data, qint64 size)
 {
@@ -481,7 +482,8 @@ void DemoWebServer::connectionClosed()
 
 void DemoWebServer::answer(Connection *c, const QString &target, bool close)
 {
-    m_requests.append(target);
+    if (m_requests.size() < kMaxRequestsLogged)
+        m_requests.append(target);
     const QUrl url(target);
     const QString path = url.path();
     const QUrlQuery query(url);

@@ -59,7 +59,7 @@ public:
     void clearOverrides();
 
     // What clients asked for, for tests: the request targets (path and query) in order of
-    // arrival, and the most connections open at once.
+    // arrival (the first 100,000), and the most connections open at once.
     QStringList requests() const { return m_requests; }
     int requestCount(const QString &path) const;
     int maxConcurrentConnections() const { return m_maxConnections; }

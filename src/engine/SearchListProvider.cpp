@@ -123,20 +123,29 @@ void SearchListProvider::loadFilters(bool bundledOnly)
     }
 }
 
+// The engines as GetEngineList numbers them: those needing the demo host only while it is set.
+QList<const SearchListProvider::Engine *>
+SearchListProvider::listedEngines(const QString &host) const
+{
+    QList<const Engine *> listed;
+    for (const Engine &engine : m_engines) {
+        const bool demo = engine.address.contains(kHostPlaceholder) ||
+                          engine.queryTemplate.contains(kHostPlaceholder);
+        if (!demo || !host.isEmpty())
+            listed.append(&engine);
+    }
+    return listed;
+}
+
 QString SearchListProvider::GetEngineList()
 {
     if (!m_enginesLoaded)
         loadEngines(false);
     const QString host = demoHost();
     QString text;
-    for (const Engine &engine : m_engines) {
-        const bool demo = engine.address.contains(kHostPlaceholder) ||
-                          engine.queryTemplate.contains(kHostPlaceholder);
-        if (demo && host.isEmpty())
-            continue;
-        text +=
-            engine.name + QLatin1Char('$') + withDemoHost(engine.address, host) + QLatin1Char('#');
-    }
+    for (const Engine *engine : listedEngines(host))
+        text += engine->name + QLatin1Char('$') + withDemoHost(engine->address, host) +
+                QLatin1Char('#');
     return text;
 }
 
@@ -152,14 +161,7 @@ QString SearchListProvider::BuildQueryURL(int resultPage, int engineNumber, cons
     if (!m_enginesLoaded)
         loadEngines(false);
     const QString host = demoHost();
-    // Number the engines exactly as GetEngineList lists them.
-    QList<const Engine *> listed;
-    for (const Engine &engine : m_engines) {
-        const bool demo = engine.address.contains(kHostPlaceholder) ||
-                          engine.queryTemplate.contains(kHostPlaceholder);
-        if (!(demo && host.isEmpty()))
-            listed.append(&engine);
-    }
+    const QList<const Engine *> listed = listedEngines(host);
     const QString word = keyword.trimmed();
     if (engineNumber < 1 || engineNumber > listed.size() || word.isEmpty() || resultPage < 0)
         return {};

@@ -63,6 +63,7 @@ private:
 
     void loadEngines(bool bundledOnly);
     void loadFilters(bool bundledOnly);
+    QList<const Engine *> listedEngines(const QString &host) const;
 
     bool m_enginesLoaded = false;
     QList<Engine> m_engines;

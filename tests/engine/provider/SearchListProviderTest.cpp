@@ -1,6 +1,10 @@
 #include "support/TestSupport.h"
 
+#include "engine/CurlDownloader.h"
+#include "engine/DemoWebServer.h"
 #include "engine/SearchListProvider.h"
+
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -108,6 +112,31 @@ TEST_F(SearchListProviderTest, AddressFilterListJoinsFragmentsWithHash)
     const QString bundled = provider.GetAddressFilterList();
     EXPECT_TRUE(bundled.isEmpty() || bundled.endsWith(QLatin1Char('#')));
     EXPECT_FALSE(bundled.contains(QLatin1String("##")));
+}
+
+// The demo engine's result pages, fetched from the running demo web, lead to its sites.
+TEST_F(SearchListProviderTest, DemoEngineResultPagesLinkToTheDemoSites)
+{
+    DemoWebServer server;
+    ASSERT_TRUE(server.start());
+    SearchListProvider::setDemoHost(server.hostAndPort());
+    SearchListProvider provider;
+    const QStringList engines = entriesOf(provider.GetEngineList());
+    ASSERT_TRUE(engines.last().startsWith(QLatin1String("Demo$")));
+    const int demo = engines.size();
+
+    CurlDownloader downloader;
+    QList<QByteArray> pages;
+    QObject::connect(&downloader, &PageDownloader::DownloadComplete,
+                     [&](int, const QString &, const QByteArray &body) { pages.append(body); });
+    for (int page = 0; !provider.BuildQueryURL(page, demo, QStringLiteral("tools")).isEmpty();
+         ++page)
+        downloader.Download(provider.BuildQueryURL(page, demo, QStringLiteral("tools")), 20000, 1);
+    ASSERT_EQ(downloader.inFlight(), 3);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return pages.size() == 3; }, 60000));
+    const QByteArray all = pages.join();
+    for (const char *site : {"/acme/", "/birchwood/", "/coastal/"})
+        EXPECT_TRUE(all.contains("http://" + server.hostAndPort().toLatin1() + site)) << site;
 }
 
 } // namespace

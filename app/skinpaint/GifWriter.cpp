@@ -22,7 +22,9 @@ QList<QRgb> medianCut(QList<ColourCount> colours, int wanted)
 {
     using Box = QList<ColourCount>;
     QList<Box> boxes{colours};
-    auto channel = [](QRgb c, int ch) { return ch == 0 ? qRed(c) : ch == 1 ? qGreen(c) : qBlue(c); };
+    auto channel = [](QRgb c, int ch) {
+        return ch == 0 ? qRed(c) : ch == 1 ? qGreen(c) : qBlue(c);
+    };
     while (boxes.size() < wanted) {
         int best = -1, bestChannel = 0, bestRange = 0;
         for (int b = 0; b < boxes.size(); ++b) {

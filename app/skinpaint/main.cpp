@@ -294,7 +294,8 @@ int main(int argc, char *argv[])
     };
     for (int number = 1; number <= titles.size(); ++number) {
         const QString suffix = number == 1 ? QString() : QString::number(number - 1);
-        save(leftCaption(titles.at(number - 1)), QStringLiteral("img_Caption_Left%1.gif").arg(suffix));
+        save(leftCaption(titles.at(number - 1)),
+             QStringLiteral("img_Caption_Left%1.gif").arg(suffix));
     }
     save(centerCaption(), QStringLiteral("img_Caption_Center.gif"));
     save(rightCaption(), QStringLiteral("img_Caption_Right.gif"));

@@ -75,13 +75,7 @@ SkinnedFrame::SkinnedFrame(QWidget *window) : QObject(window), m_window(window)
     m_minimizeBtnImage->setToolTip(tr("Minimize"));
     m_restoreBtn->setToolTip(tr("Restore"));
     m_maximizeBtnImage->setToolTip(tr("Maximize"));
-    for (QWidget *part :
-         {static_cast<QWidget *>(m_leftCaption), static_cast<QWidget *>(m_centerCaption),
-          static_cast<QWidget *>(m_rightCaption), static_cast<QWidget *>(m_leftBorder),
-          static_cast<QWidget *>(m_rightBorder), static_cast<QWidget *>(m_downBorder),
-          static_cast<QWidget *>(m_captionLabel), static_cast<QWidget *>(m_closeBtn),
-          static_cast<QWidget *>(m_minimizeBtnImage), static_cast<QWidget *>(m_restoreBtn),
-          static_cast<QWidget *>(m_maximizeBtnImage)})
+    for (QWidget *part : frameParts())
         part->hide();
 
     connect(m_closeBtn, &SkinImageButton::clicked, this, [this] {
@@ -189,6 +183,13 @@ QPixmap SkinnedFrame::loadPicture(const QString &file)
     return picture;
 }
 
+QList<QWidget *> SkinnedFrame::frameParts() const
+{
+    return {m_leftCaption, m_centerCaption,    m_rightCaption,    m_leftBorder,
+            m_rightBorder, m_downBorder,       m_captionLabel,    m_closeBtn,
+            m_restoreBtn,  m_minimizeBtnImage, m_maximizeBtnImage};
+}
+
 int SkinnedFrame::captionHeight() const
 {
     const QPixmap left = m_images.value(m_source.leftCaptionFile);
@@ -226,11 +227,9 @@ void SkinnedFrame::LoadSkin(QWidget *window)
     m_restoreBtn->setPictures(restore, restore, restore);
     m_maximizeBtnImage->setPictures(restore, restore, restore);
 
-    for (QWidget *part :
-         {static_cast<QWidget *>(m_leftCaption), static_cast<QWidget *>(m_centerCaption),
-          static_cast<QWidget *>(m_rightCaption), static_cast<QWidget *>(m_leftBorder),
-          static_cast<QWidget *>(m_rightBorder), static_cast<QWidget *>(m_downBorder),
-          static_cast<QWidget *>(m_captionLabel), static_cast<QWidget *>(m_closeBtn)})
+    const QList<QWidget *> alwaysShown{m_leftCaption, m_centerCaption, m_rightCaption, m_leftBorder,
+                                       m_rightBorder, m_downBorder,    m_captionLabel, m_closeBtn};
+    for (QWidget *part : alwaysShown)
         part->show();
     m_maximizeBtnImage->hide();
     m_loaded = true;
@@ -309,12 +308,7 @@ void SkinnedFrame::layoutFrame()
                                 std::max(0, labelRight - labelX),
                                 m_captionLabel->sizeHint().height());
 
-    for (QWidget *part :
-         {static_cast<QWidget *>(m_leftCaption), static_cast<QWidget *>(m_centerCaption),
-          static_cast<QWidget *>(m_rightCaption), static_cast<QWidget *>(m_leftBorder),
-          static_cast<QWidget *>(m_rightBorder), static_cast<QWidget *>(m_downBorder),
-          static_cast<QWidget *>(m_captionLabel), static_cast<QWidget *>(m_closeBtn),
-          static_cast<QWidget *>(m_restoreBtn), static_cast<QWidget *>(m_minimizeBtnImage)})
+    for (QWidget *part : frameParts())
         part->raise();
 }
 

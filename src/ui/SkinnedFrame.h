@@ -79,6 +79,7 @@ private:
     void markChanged(const char *name);
     QPixmap loadPicture(const QString &file);
     void layoutFrame();
+    QList<QWidget *> frameParts() const;
     void applyCaptionLabel();
     void toggleMaximised();
 

@@ -29,6 +29,9 @@ SkinnedDialog::SkinnedDialog(const QString &skinPath, const QString &caption, QW
     : QDialog(parent, Qt::Dialog | Qt::FramelessWindowHint),
       m_skin(dressWithSkin(this, skinPath, caption))
 {
+    // A modal dialog is answered, not put aside: it keeps only its close button.
+    m_skin->setMinimizeBtn(false);
+    m_skin->setMaximizeBtn(false);
 }
 
 } // namespace corvane

@@ -24,8 +24,8 @@ private:
     SkinnedFrame *m_skin;
 };
 
-// The same for modal dialogs; Escape rejects and the default button takes Enter, as
-// QDialog does.
+// The same for modal dialogs, with the close button only; Escape rejects and the default
+// button takes Enter, as QDialog does.
 class SkinnedDialog : public QDialog
 {
     Q_OBJECT

@@ -3,6 +3,7 @@
 #include "common/DataFolder.h"
 #include "ui/DialogState.h"
 
+#include <QDesktopServices>
 #include <QDir>
 #include <QDirIterator>
 #include <QEvent>
@@ -69,6 +70,12 @@ QString helpPageOnDisk(const QString &page)
     }
     const QString path = folder + QLatin1Char('/') + page;
     return QFileInfo(path).isFile() ? path : QString();
+}
+
+bool openHelpInBrowser(const QString &page)
+{
+    const QString path = helpPageOnDisk(page);
+    return !path.isEmpty() && QDesktopServices::openUrl(QUrl::fromLocalFile(path));
 }
 
 namespace {

@@ -26,6 +26,10 @@ QUrl helpAddress(const QString &page, const QString &anchor = {});
 // opening the manual in the user's own browser. Returns the page's path, empty on failure.
 QString helpPageOnDisk(const QString &page);
 
+// Opens a help page in the user's web browser (the viewer's first help button opens the
+// manual, help::kMainPage, this way). False when the page or a browser is missing.
+bool openHelpInBrowser(const QString &page);
+
 // The help window: one per process, not modal, showing a help page in a web view (or a text
 // browser when Corvane is built without the web engine). It goes to the help address each
 // time it is activated after a new address was set.

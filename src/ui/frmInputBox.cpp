@@ -90,6 +90,22 @@ void frmInputBox::cmdOK_Click()
     accept();
 }
 
+// The field opens with the cursor after its starting text ("http://" for addresses), so
+// typing continues it instead of replacing it.
+void frmInputBox::showEvent(QShowEvent *event)
+{
+    SkinnedDialog::showEvent(event);
+    // QDialog gives the field its focus (selecting all of it) after this event; undo that
+    // once it is done.
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            m_input->deselect();
+            m_input->end(false);
+        },
+        Qt::QueuedConnection);
+}
+
 void frmInputBox::cmdCancel_Click()
 {
     reject();

@@ -32,6 +32,9 @@ public slots:
     void cmdOK_Click();
     void cmdCancel_Click();
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private:
     qint16 m_mode;
     InputOperations m_operations;

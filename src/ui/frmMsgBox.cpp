@@ -35,7 +35,7 @@ frmMsgBox::frmMsgBox(const QString &message, QWidget *parent)
     m_label->setWordWrap(true);
     m_label->setTextFormat(Qt::PlainText);
     m_label->setAlignment(Qt::AlignCenter);
-    m_label->setMinimumWidth(300);
+    m_label->setMinimumWidth(360);
     m_label->setTextInteractionFlags(Qt::TextSelectableByMouse);
     m_ok = new QPushButton(tr("&OK"), this);
     m_ok->setObjectName(QStringLiteral("cmdOK"));

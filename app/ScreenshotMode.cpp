@@ -1,0 +1,85 @@
+#include "ScreenshotMode.h"
+
+#include "ui/frmHelp.h"
+#include "ui/frmInputBox.h"
+#include "ui/frmMsgBox.h"
+
+#include <QEventLoop>
+#include <QGuiApplication>
+#include <QPixmap>
+#include <QScreen>
+#include <QTextStream>
+#include <QTimer>
+#include <QWidget>
+
+#include <memory>
+
+namespace corvane::app {
+
+namespace {
+
+// Web pages load asynchronously; give them a moment after showing before the picture.
+constexpr int kSettleMs = 2500;
+
+void settle(int ms)
+{
+    QEventLoop loop;
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+// On a real display server the screen holds what the web view composited; elsewhere (the
+// offscreen platform) the widget paints itself.
+QPixmap picture(QWidget *window)
+{
+    if (QGuiApplication::platformName() == QLatin1String("xcb") && window->screen()) {
+        const QRect frame = window->frameGeometry();
+        return window->screen()->grabWindow(0, frame.x(), frame.y(), frame.width(), frame.height());
+    }
+    return window->grab();
+}
+
+} // namespace
+
+QStringList screenshotNames()
+{
+    return {QStringLiteral("start"),    QStringLiteral("msgbox"),          QStringLiteral("error"),
+            QStringLiteral("inputbox"), QStringLiteral("inputbox-domain"), QStringLiteral("help")};
+}
+
+int takeScreenshot(const QString &name, const QString &outFile, QWidget *(*startWindow)())
+{
+    std::unique_ptr<QWidget> window;
+    if (name == QLatin1String("start")) {
+        window.reset(startWindow());
+    } else if (name == QLatin1String("msgbox")) {
+        window = std::make_unique<frmMsgBox>(
+            QStringLiteral("Search completed. The lead limit has been reached."));
+    } else if (name == QLatin1String("error")) {
+        window = std::make_unique<frmMsgBox>(
+            errorReportText(QStringLiteral("cmdStart->"), QStringLiteral("Permission denied")));
+    } else if (name == QLatin1String("inputbox")) {
+        window = std::make_unique<frmInputBox>(static_cast<qint16>(InputMode::AddURL),
+                                               InputOperations());
+    } else if (name == QLatin1String("inputbox-domain")) {
+        window = std::make_unique<frmInputBox>(static_cast<qint16>(InputMode::AddDomain),
+                                               InputOperations());
+    } else if (name == QLatin1String("help")) {
+        window.reset(frmHelp::showHelp(help::kMainPage, help::mainWindowAnchor(3)));
+    } else {
+        QTextStream(stderr) << "corvane: unknown window " << name << " (one of "
+                            << screenshotNames().join(QStringLiteral(", ")) << ")\n";
+        return 2;
+    }
+    window->show();
+    window->raise();
+    window->activateWindow();
+    settle(kSettleMs);
+    const bool saved = picture(window.get()).save(outFile, "PNG");
+    if (!saved)
+        QTextStream(stderr) << "corvane: cannot write " << outFile << '\n';
+    window.reset();
+    return saved ? 0 : 1;
+}
+
+} // namespace corvane::app

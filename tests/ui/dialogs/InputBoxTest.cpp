@@ -142,6 +142,8 @@ TEST_F(InputBoxTest, UrlWithoutHttpIsRefusedAndFieldReset)
     box.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&box));
     EXPECT_EQ(box.txtInput()->text(), QStringLiteral("http://"));
+    QTest::keyClicks(box.txtInput(), QStringLiteral("a.test"));
+    EXPECT_EQ(box.txtInput()->text(), QStringLiteral("http://a.test"));
     box.txtInput()->setText(QStringLiteral("www.corvane.test"));
     QTest::keyClick(box.txtInput(), Qt::Key_Return);
     EXPECT_TRUE(box.isVisible());

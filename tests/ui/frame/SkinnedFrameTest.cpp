@@ -223,6 +223,20 @@ TEST_F(SkinnedFrameTest, CaptionDragMovesWindowButNotWhenMaximised)
     EXPECT_EQ(window.pos(), maximised);
 }
 
+TEST_F(SkinnedFrameTest, DialogsKeepOnlyTheCloseButton)
+{
+    SkinnedDialog dialog(QStringLiteral("Images9"));
+    dialog.resize(360, 160);
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
+    EXPECT_TRUE(part(&dialog, "img_CloseBtn")->isVisible());
+    EXPECT_FALSE(part(&dialog, "img_MinimizeBtn")->isVisible());
+    EXPECT_FALSE(part(&dialog, "img_RestoreBtn")->isVisible());
+    QTest::mouseClick(part(&dialog, "img_CloseBtn"), Qt::LeftButton);
+    EXPECT_EQ(dialog.result(), QDialog::Rejected);
+    EXPECT_FALSE(dialog.isVisible());
+}
+
 TEST_F(SkinnedFrameTest, MissingPicturesStillGiveAUsableFrame)
 {
     SkinnedWindow window(QStringLiteral("NoSuchFolder4"));

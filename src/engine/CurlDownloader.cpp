@@ -581,7 +581,10 @@ void CurlDownloader::Worker::dropAll()
 
 // ---------------------------------------------------------------------------------------
 
-CurlDownloader::CurlDownloader(QObject *parent) : CurlDownloader(DownloadOptions{}, parent) {}
+CurlDownloader::CurlDownloader(QObject *parent)
+    : CurlDownloader(DownloadOptions::fromSettings(), parent)
+{
+}
 
 CurlDownloader::CurlDownloader(DownloadOptions options, QObject *parent)
     : PageDownloader(parent), m_worker(std::make_unique<Worker>(this, options))

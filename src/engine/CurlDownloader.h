@@ -67,6 +67,7 @@ class CurlDownloader : public PageDownloader
 {
     Q_OBJECT
 public:
+    // With the user's settings (DownloadOptions::fromSettings()) and no proxy.
     explicit CurlDownloader(QObject *parent = nullptr);
     explicit CurlDownloader(DownloadOptions options, QObject *parent = nullptr);
     // Stops the worker; transfers in flight are dropped without a completion.

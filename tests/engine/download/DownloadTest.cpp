@@ -213,7 +213,7 @@ TEST_F(DownloadTest, RobotsRulesAreHonouredAndFetchedOncePerSite)
 TEST_F(DownloadTest, RobotsRulesCanBeTurnedOff)
 {
     openSettings()->setValue(QStringLiteral("Download/HonourRobots"), false);
-    CurlDownloader d(DownloadOptions::fromSettings());
+    CurlDownloader d; // takes the user's settings
     EXPECT_TRUE(fetch(d, server.url(QStringLiteral("/private/roster.htm")))
                     .contains("alice@private-demo.com"));
     EXPECT_EQ(server.requestCount(QStringLiteral("/robots.txt")), 0);

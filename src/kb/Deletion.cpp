@@ -195,6 +195,20 @@ Result<void> DeleteKBFiles(const QString &folder)
     return removeFolder(folder, "DeleteKBFiles->");
 }
 
+Result<void> removeKeywordFolder(qint32 keywordFolderNumber, const QString &keywordFolder)
+{
+    Result<QList<QByteArray>> keywords = storedRecords(CatalogueFiles::kbKeywords());
+    if (!keywords)
+        return keywords.error();
+    removeLines(keywords.value(),
+                [&](const QByteArray &line) { return firstNumber(line) == keywordFolderNumber; });
+    if (Result<void> written =
+            RecordFile::rewriteStoredLines(CatalogueFiles::kbKeywords(), *keywords);
+        !written)
+        return written;
+    return DeleteKBFiles(keywordFolder);
+}
+
 Result<DeleteOutcome> confirmDelete(const DeleteRequest &request)
 {
     DeleteOutcome outcome;

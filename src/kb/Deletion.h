@@ -74,6 +74,11 @@ DeleteOutcome declineDelete(const DeleteRequest &request);
 // use, else with "DeleteKBFiles->" + description. A missing folder is no error.
 Result<void> DeleteKBFiles(const QString &folder);
 
+// The viewer's removal of a keyword whose last page was deleted: drops the KBKeyword.qdx
+// records of that keyword-folder number (other lines stay as stored), then the folder with
+// everything in it. The folder stays when the catalogue cannot be rewritten.
+Result<void> removeKeywordFolder(qint32 keywordFolderNumber, const QString &keywordFolder);
+
 // Test seam: the folder remover DeleteKBFiles uses (std::filesystem::remove_all by default).
 using FolderRemover = std::function<std::error_code(const QString &folder)>;
 void setFolderRemover(FolderRemover remover); // empty restores the default

@@ -216,3 +216,12 @@ TEST_F(Catalogued, FailedRewriteLeavesTheOldCatalogue)
     EXPECT_EQ(QDir(DataFolder::ioFiles()).entryList(QDir::Files).size(), 4);
     EXPECT_TRUE(QFileInfo::exists(folder("A")));
 }
+
+TEST_F(Catalogued, KeywordFolderGoesWithItsRecordOnly)
+{
+    ASSERT_TRUE(removeKeywordFolder(3, folder("A") + QStringLiteral("/Term")));
+    EXPECT_EQ(recordTexts(CatalogueFiles::kbKeywords()),
+              QStringList({"1@1@Rail", "2@2@Rail", "4@3@Cars", "5@1@Air"}));
+    EXPECT_FALSE(QFileInfo::exists(folder("A") + QStringLiteral("/Term")));
+    EXPECT_TRUE(QFileInfo::exists(folder("A")));
+}

@@ -235,11 +235,11 @@ int harvest(const QStringList &args)
                               .arg(parser.positionalArguments().first()));
 
     const bool demo = parser.isSet(demoOpt);
-    const int sources = int(parser.isSet(engineOpt)) + int(parser.isSet(urlOpt)) +
-                        int(parser.isSet(urlsOpt)) + int(demo);
-    if (sources != 1)
+    const int sources =
+        int(parser.isSet(engineOpt)) + int(parser.isSet(urlOpt)) + int(parser.isSet(urlsOpt));
+    if (sources > 1 || (sources == 0 && !demo))
         return usageError(
-            QStringLiteral("harvest needs exactly one of --engine, --url, --urls and --demo"));
+            QStringLiteral("harvest needs one of --engine, --url and --urls, or --demo"));
 
     const auto profile =
         parseCrawlProfile(parser.value(profileOpt).isEmpty()
@@ -259,6 +259,11 @@ int harvest(const QStringList &args)
         SearchListProvider::setDemoHost(demoServer->hostAndPort());
     }
 
+    // With the demo web, "{{HOST}}" in a start URL stands for its address.
+    const auto demoUrl = [&](QString url) {
+        return demoServer ? url.replace(QStringLiteral("{{HOST}}"), demoServer->hostAndPort())
+                          : url;
+    };
     HarvestJob job;
     SearchListProvider provider;
     if (parser.isSet(engineOpt)) {
@@ -281,11 +286,13 @@ int harvest(const QStringList &args)
             job.keywords.append(ListChoice{keyword, true});
     } else if (parser.isSet(urlOpt)) {
         job.searchType = SearchType::SingleUrl;
-        job.url = parser.value(urlOpt);
+        job.url = demoUrl(parser.value(urlOpt));
     } else if (parser.isSet(urlsOpt)) {
         job.searchType = SearchType::UrlList;
         if (const auto error = readUrlFile(parser.value(urlsOpt), job))
             return usageError(*error);
+        for (ListChoice &entry : job.urlList)
+            entry.text = demoUrl(entry.text);
     } else {
         job.searchType = SearchType::UrlList;
         for (const char *site : {"/acme/", "/birchwood/", "/coastal/"})

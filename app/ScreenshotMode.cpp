@@ -14,12 +14,18 @@
 
 #include <memory>
 
+#ifdef CORVANE_HAVE_WEBENGINE
+#include <QWebEngineView>
+#endif
+
 namespace corvane::app {
 
 namespace {
 
-// Web pages load asynchronously; give them a moment after showing before the picture.
-constexpr int kSettleMs = 2500;
+// Web pages load asynchronously: wait for every web view of the window to finish (up to a
+// limit, a busy machine can be slow), then give the page a moment to paint.
+constexpr int kLoadLimitMs = 30000;
+constexpr int kSettleMs = 800;
 
 void settle(int ms)
 {
@@ -38,6 +44,39 @@ QPixmap picture(QWidget *window)
     }
     return window->grab();
 }
+
+// Connects before the event loop runs, so no page can finish unseen.
+class LoadWaiter
+{
+public:
+    explicit LoadWaiter(QWidget *window)
+    {
+#ifdef CORVANE_HAVE_WEBENGINE
+        for (QWebEngineView *view : window->findChildren<QWebEngineView *>()) {
+            ++m_pending;
+            QObject::connect(view, &QWebEngineView::loadFinished, &m_loop, [this] {
+                if (--m_pending == 0)
+                    m_loop.quit();
+            });
+        }
+#else
+        Q_UNUSED(window);
+#endif
+    }
+
+    void wait()
+    {
+        if (m_pending > 0) {
+            QTimer::singleShot(kLoadLimitMs, &m_loop, &QEventLoop::quit);
+            m_loop.exec();
+        }
+        settle(kSettleMs);
+    }
+
+private:
+    QEventLoop m_loop;
+    int m_pending = 0;
+};
 
 } // namespace
 
@@ -71,10 +110,11 @@ int takeScreenshot(const QString &name, const QString &outFile, QWidget *(*start
                             << screenshotNames().join(QStringLiteral(", ")) << ")\n";
         return 2;
     }
+    LoadWaiter loads(window.get());
     window->show();
     window->raise();
     window->activateWindow();
-    settle(kSettleMs);
+    loads.wait();
     const bool saved = picture(window.get()).save(outFile, "PNG");
     if (!saved)
         QTextStream(stderr) << "corvane: cannot write " << outFile << '\n';

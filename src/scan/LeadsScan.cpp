@@ -91,6 +91,10 @@ Result<void> LeadsScan::checkFolder(const QString &folder) const
 
 Result<void> LeadsScan::beginFolder(const QString &folder, const QSet<QString> &types)
 {
+    if (auto checked = checkFolder(folder); !checked)
+        return checked;
+    if (types.isEmpty())
+        return fail(kSelectTypeMessage);
     m_walkTypes = types;
     m_filesScanned = 0;
     if (auto begun = m_scanner.begin(folder); !begun)
@@ -101,10 +105,6 @@ Result<void> LeadsScan::beginFolder(const QString &folder, const QSet<QString> &
 
 Result<void> LeadsScan::startFolderScan(const QString &folder)
 {
-    if (auto checked = checkFolder(folder); !checked)
-        return checked;
-    if (!m_types.anyChecked())
-        return fail(kSelectTypeMessage);
     if (auto begun = beginFolder(folder, m_types.checkedTypes()); !begun)
         return begun;
     m_active = true;
@@ -114,19 +114,11 @@ Result<void> LeadsScan::startFolderScan(const QString &folder)
 
 Result<void> LeadsScan::runFolderScan(const QString &folder)
 {
-    if (auto checked = checkFolder(folder); !checked)
-        return checked;
-    if (!m_types.anyChecked())
-        return fail(kSelectTypeMessage);
     return runFolderScan(folder, m_types.checkedTypes());
 }
 
 Result<void> LeadsScan::runFolderScan(const QString &folder, const QSet<QString> &types)
 {
-    if (auto checked = checkFolder(folder); !checked)
-        return checked;
-    if (types.isEmpty())
-        return fail(kSelectTypeMessage);
     if (auto begun = beginFolder(folder, types); !begun)
         return begun;
     runToEnd();

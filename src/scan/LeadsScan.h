@@ -128,6 +128,7 @@ signals:
 
 private:
     Result<void> checkFolder(const QString &folder) const;
+    // The folder checks in the window's order, then the walk's first step.
     Result<void> beginFolder(const QString &folder, const QSet<QString> &types);
     Result<void> openFile(const QString &path);
     void closeFile(bool completed);

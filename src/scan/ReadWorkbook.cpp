@@ -56,6 +56,9 @@ QByteArray firstField(QByteArray line)
 Result<QStringList> readText(QFile &file)
 {
     QStringList leads;
+    // A sheet saved as UTF-8 text starts with a byte-order mark, which is no part of a cell.
+    if (file.peek(3) == "\xEF\xBB\xBF")
+        file.skip(3);
     // Lines are read one at a time, so a huge sheet never sits in memory whole.
     while (!file.atEnd()) {
         const QByteArray line = file.readLine(1 << 20);

@@ -63,6 +63,11 @@ TEST(ReadWorkbook, TextSheetsGiveColumnOneCellsWithAnAt)
     auto leads = ReadWorkbook(dir.filePath("l.csv"));
     ASSERT_TRUE(leads.ok()) << leads.message().toStdString();
     EXPECT_EQ(leads.value(), QStringList({"a@b.com", "q,x@y.com", "c@d.com"}));
+
+    writeFile(dir.filePath("bom.txt"), "\xEF\xBB\xBF"
+                                       "first@b.com\nsecond@b.com");
+    EXPECT_EQ(ReadWorkbook(dir.filePath("bom.txt")).value(),
+              QStringList({"first@b.com", "second@b.com"}));
 }
 
 TEST(ReadWorkbook, XlsxFirstSheetWithSharedAndInlineStrings)

@@ -34,8 +34,10 @@ QByteArray encodeLabels(const QString &domain)
 {
     QByteArray encoded;
     for (const QString &piece : domain.split(QLatin1Char('.'))) {
-        encoded.append(char(quint8(piece.size())));
-        encoded.append(toCp1252Lossy(piece));
+        // Counted after encoding, so the count always matches the bytes that follow.
+        const QByteArray bytes = toCp1252Lossy(piece);
+        encoded.append(char(quint8(bytes.size())));
+        encoded.append(bytes);
     }
     return encoded;
 }

@@ -35,9 +35,6 @@ int runExtract(const QStringList &args)
                                  QStringLiteral("page text, or - for standard input"));
     if (!parser.parse(QStringList{QStringLiteral("corvane-cli extract")} + args))
         return usageError(parser.errorText());
-    const QStringList positional = parser.positionalArguments();
-    if (positional.size() > 1)
-        return usageError(QStringLiteral("extract takes one FILE, got %1").arg(positional.size()));
 
     LeadFilters filters;
     if (parser.isSet(QStringLiteral("filter-list"))) {
@@ -63,8 +60,7 @@ int runExtract(const QStringList &args)
         filters.leadLimit = limit;
     }
 
-    const auto source =
-        PageSource::open(positional.isEmpty() ? QStringLiteral("-") : positional.first());
+    const auto source = PageSource::fromArguments(parser.positionalArguments());
     if (!source)
         return usageError(source.message());
 
@@ -72,16 +68,8 @@ int runExtract(const QStringList &args)
     TextListModel mailList;
     ExtractEmails(source.value()->bytes(), filters, leads, mailList);
 
-    // Leads are ASCII: one buffered write of the whole list.
-    QByteArray out;
-    qsizetype total = 0;
-    for (qsizetype i = 0; i < mailList.count(); ++i)
-        total += mailList.at(i).size() + 1;
-    out.reserve(total);
-    for (qsizetype i = 0; i < mailList.count(); ++i) {
-        out += mailList.at(i).toLatin1();
-        out += '\n';
-    }
+    // One buffered write of the whole list.
+    const QByteArray out = mailList.toLines();
     if (std::fwrite(out.constData(), 1, size_t(out.size()), stdout) != size_t(out.size()) ||
         std::fflush(stdout) != 0)
         return failure(QStringLiteral("cannot write the leads"));

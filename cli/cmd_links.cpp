@@ -35,9 +35,6 @@ int runLinks(const QStringList &args)
                                  QStringLiteral("page text, or - for standard input"));
     if (!parser.parse(QStringList{QStringLiteral("corvane-cli links")} + args))
         return usageError(parser.errorText());
-    const QStringList positional = parser.positionalArguments();
-    if (positional.size() > 1)
-        return usageError(QStringLiteral("links takes one FILE, got %1").arg(positional.size()));
 
     const QString mode = parser.value(QStringLiteral("mode"));
     const QStringList modes{QStringLiteral("start"), QStringLiteral("start-details"),
@@ -61,10 +58,10 @@ int runLinks(const QStringList &args)
     }
     context.filters.excludedDomains = parser.values(QStringLiteral("exclude-domain"));
 
-    const auto source =
-        PageSource::open(positional.isEmpty() ? QStringLiteral("-") : positional.first());
+    const auto source = PageSource::fromArguments(parser.positionalArguments());
     if (!source)
         return usageError(source.message());
+
     // Pages are read in the Windows code page, as the crawl reads them.
     const QString content = fromCp1252(source.value()->bytes());
 
@@ -85,11 +82,8 @@ int runLinks(const QStringList &args)
         found = &context.lstDetails;
     }
 
-    QByteArray out;
-    for (qsizetype i = 0; i < found->count(); ++i) {
-        out += found->at(i).toUtf8();
-        out += '\n';
-    }
+    // One buffered write of the whole list.
+    const QByteArray out = found->toLines();
     if (std::fwrite(out.constData(), 1, size_t(out.size()), stdout) != size_t(out.size()) ||
         std::fflush(stdout) != 0)
         return failure(QStringLiteral("cannot write the links"));

@@ -1,5 +1,6 @@
 #include "analysis/LeadFilters.h"
 
+#include "analysis/LinkRules.h"
 #include "common/Cp1252.h"
 #include "common/DataFolder.h"
 
@@ -7,28 +8,12 @@
 
 namespace corvane {
 
-namespace {
-
-// The program trims blanks (spaces) only, not tabs or line breaks.
-QStringView trimBlanks(QStringView text)
-{
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    while (begin < end && text.at(begin) == QLatin1Char(' '))
-        ++begin;
-    while (end > begin && text.at(end - 1) == QLatin1Char(' '))
-        --end;
-    return text.sliced(begin, end - begin);
-}
-
-} // namespace
-
 AddressFilterList::AddressFilterList(const QString &text) : m_text(text)
 {
     QList<QByteArray> lowered;
     // An unterminated last fragment counts like the others (see docs/decisions.md).
     for (const QStringView piece : QStringView(text).split(QLatin1Char('#'))) {
-        const QStringView fragment = trimBlanks(piece);
+        const QStringView fragment = link_rules::trimBlanks(piece);
         if (fragment.isEmpty())
             continue;
         m_fragments.append(fragment.toString());

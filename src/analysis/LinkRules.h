@@ -6,8 +6,8 @@
 #include <QStringList>
 #include <QStringView>
 
-// Small text rules the link extractors share. Positions follow the program's 1-based
-// string functions so the rules read like the behaviour they keep.
+// Small text rules the link extractors and lead filters share. Positions follow the program's
+// 1-based string functions so the rules read like the behaviour they keep.
 namespace corvane::link_rules {
 
 // 1-based position of needle in text at or after start, 0 when absent; an empty needle is

@@ -46,4 +46,12 @@ Result<std::shared_ptr<PageSource>> PageSource::open(const QString &pathOrDash)
     return source;
 }
 
+Result<std::shared_ptr<PageSource>> PageSource::fromArguments(const QStringList &positional)
+{
+    if (positional.size() > 1)
+        return fail(QStringLiteral("expected one FILE (or - for standard input), got %1")
+                        .arg(positional.size()));
+    return open(positional.isEmpty() ? QStringLiteral("-") : positional.first());
+}
+
 } // namespace corvane

@@ -6,6 +6,7 @@
 #include <QByteArrayView>
 #include <QFile>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -17,6 +18,8 @@ class PageSource
 {
 public:
     static Result<std::shared_ptr<PageSource>> open(const QString &pathOrDash);
+    // A command's positional arguments: none (standard input) or one FILE|-.
+    static Result<std::shared_ptr<PageSource>> fromArguments(const QStringList &positional);
 
     QByteArrayView bytes() const { return m_view; }
 

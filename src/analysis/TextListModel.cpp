@@ -49,6 +49,20 @@ QStringList TextListModel::texts() const
     return out;
 }
 
+QByteArray TextListModel::toLines() const
+{
+    QByteArray lines;
+    qsizetype total = 0;
+    for (const Row &row : m_rows)
+        total += row.text.size() + 1;
+    lines.reserve(total);
+    for (const Row &row : m_rows) {
+        lines += row.text.toUtf8();
+        lines += '\n';
+    }
+    return lines;
+}
+
 void TextListModel::indexAdd(const QString &text)
 {
     ++m_index[text];

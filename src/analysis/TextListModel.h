@@ -34,6 +34,8 @@ public:
     bool isEmpty() const { return m_rows.isEmpty(); }
     const QString &at(qsizetype row) const { return m_rows.at(row).text; }
     QStringList texts() const;
+    // Every entry in UTF-8, each followed by a line feed: the list as a script reads it.
+    QByteArray toLines() const;
 
     // Exact (case-sensitive) equality with any entry.
     bool contains(const QString &text) const { return m_index.contains(text); }

@@ -73,3 +73,11 @@ TEST(TextListModel, LargeListsStayCheap)
     EXPECT_TRUE(list.isEmpty());
     EXPECT_FALSE(list.contains("0"));
 }
+
+TEST(TextListModel, LinesForScripts)
+{
+    TextListModel list;
+    EXPECT_EQ(list.toLines(), QByteArray());
+    list.append(QStringList{"a@b.com", QString::fromUtf8("http://h.com/caf\u00e9")});
+    EXPECT_EQ(list.toLines(), QByteArray("a@b.com\nhttp://h.com/caf\xc3\xa9\n"));
+}

@@ -207,7 +207,9 @@ void SkinnedFrame::LoadSkin(QWidget *window)
         window->installEventFilter(this);
     }
     window->setWindowTitle(QStringLiteral("Corvane"));
-    window->setWindowFlag(Qt::FramelessWindowHint, true);
+    // Changing a shown window's flags would hide it, so only a new window gets the flag here.
+    if (!(window->windowFlags() & Qt::FramelessWindowHint))
+        window->setWindowFlag(Qt::FramelessWindowHint, true);
 
     m_source = resolveSkinPath(m_skinPath);
     m_images.clear();

@@ -152,6 +152,7 @@ TEST_F(SkinnedFrameTest, ButtonsCloseMinimiseAndRestore)
 
     QTest::mouseClick(restore, Qt::LeftButton);
     EXPECT_TRUE(window.isMaximized());
+    EXPECT_TRUE(window.isVisible());
     QTest::mouseClick(restore, Qt::LeftButton);
     EXPECT_FALSE(window.isMaximized());
 

@@ -8,6 +8,7 @@
 #include "kb/ScrambleLine.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QStringDecoder>
 #include <QUrl>
@@ -204,8 +205,11 @@ Result<int> PageStore::SavePage(const QString &address, const QString &term, con
     const int page = ++m_pageCounter;
     const QString pageFile =
         joinPath(keywordFolder, QString::number(page) + QStringLiteral(".htm"));
-    if (Result<void> written = AtomicFile::write(pageFile, html); !written)
-        return failed(written.message());
+    // A page file is written in place: it is new or replaces a page of the same number, and
+    // syncing every page to disk would slow a harvest to the speed of the disk.
+    QFile file(pageFile);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(html) != html.size())
+        return failed(file.errorString());
     const QString index = joinPath(keywordFolder, QStringLiteral("index.qdx"));
     if (Result<void> added =
             RecordFile::appendRecord(index, QString::number(page) + QStringLiteral("##") + stored);

@@ -433,14 +433,24 @@ int harvest(const QStringList &args)
     QEventLoop loop;
     QObject::connect(&crawl, &CrawlController::finished, &loop, &QEventLoop::quit);
     bool interrupted = false;
+    QEventLoop *waiting = &loop;
     InterruptWatch interrupt([&] {
         interrupted = true;
         crawl.Stop();
-        loop.quit();
+        waiting->quit();
     });
 
     crawl.Start();
     loop.exec();
+    // Pages already asked for still count, as after Stop in the window: wait for them, at
+    // most one page time-out (a second Ctrl-C gives up on them).
+    if (crawl.pending() > 0) {
+        QEventLoop drain;
+        QObject::connect(&crawl, &CrawlController::allPagesBack, &drain, &QEventLoop::quit);
+        QTimer::singleShot(crawl.crawlIntervalMs(), &drain, &QEventLoop::quit);
+        waiting = &drain;
+        drain.exec();
+    }
     downloader.cancelAll();
     progress.show(progressText(), true);
     progress.finish();

@@ -383,7 +383,10 @@ void CrawlController::onDownloadComplete(int slot, const QString &url, const QBy
         }
         emit progress();
     }
-    if (m_pending == 0 && m_profile == CrawlProfile::Modern)
+    if (m_pending > 0)
+        return;
+    emit allPagesBack();
+    if (m_profile == CrawlProfile::Modern)
         chainNextBurst();
 }
 

@@ -92,7 +92,10 @@ signals:
     void stateChanged(CrawlState state);
     void progress();
     // The run has ended for good: a limit, the URL list used up or the single URL done.
+    // Pages still in flight keep arriving and are analysed; allPagesBack follows them.
     void finished(const QString &text);
+    // Every download started has come back (pending() is 0).
+    void allPagesBack();
 
 private:
     // CrawlActions, for the URL sources.

@@ -6,6 +6,10 @@
 #include "StartWindow.h"
 
 #include "common/DataFolder.h"
+#include "ui/frmExtractor.h"
+#include "ui/frmImportLeads.h"
+#include "ui/frmVerifyEmails.h"
+#include "viewer/frmViewer.h"
 
 #include <QApplication>
 #include <QTextStream>
@@ -20,6 +24,19 @@ int usage(const QString &problem)
     QTextStream(stderr) << "corvane: " << problem << '\n'
                         << "usage: corvane [--home DIR] [--screenshot NAME OUTFILE]\n";
     return 2;
+}
+
+QWidget *createViewer()
+{
+    auto *viewer = new frmViewer;
+    viewer->setWindowFactory(frmViewer::Tool::ImportLeads,
+                             [](QWidget *) { return new frmImportLeads; });
+    viewer->setWindowFactory(frmViewer::Tool::LeadsScan,
+                             [](QWidget *) { return new frmExtractor; });
+    viewer->setWindowFactory(frmViewer::Tool::VerifyEmails,
+                             [](QWidget *) { return new frmVerifyEmails; });
+    // The harvest window is not part of this build yet; its button stays off until wired.
+    return viewer;
 }
 
 } // namespace
@@ -63,9 +80,9 @@ int main(int argc, char *argv[])
     }
 
     if (!screenshotName.isEmpty())
-        return app::takeScreenshot(screenshotName, screenshotFile, &app::createStartWindow);
+        return app::takeScreenshot(screenshotName, screenshotFile, &createViewer);
 
-    QWidget *start = app::createStartWindow();
+    QWidget *start = createViewer();
     start->setAttribute(Qt::WA_DeleteOnClose);
     start->show();
     return app.exec();

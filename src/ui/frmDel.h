@@ -1,0 +1,45 @@
+#pragma once
+
+#include "kb/Deletion.h"
+#include "ui/SkinnedWindow.h"
+
+class QLabel;
+class QPushButton;
+
+namespace corvane {
+
+// The general confirmation dialog: shows the caller's question and, on Yes, carries out the
+// request by its kind. No declines (which for kind 7 still clears the skip flag).
+class frmDel : public SkinnedDialog
+{
+    Q_OBJECT
+public:
+    explicit frmDel(DeleteRequest request, QWidget *parent = nullptr);
+
+    // What the last answer changed; problems lists the steps that were skipped.
+    const DeleteOutcome &outcome() const { return m_outcome; }
+    const DeleteRequest &request() const { return m_request; }
+
+    QLabel *lblQuestion() const { return m_question; }
+    QPushButton *cmdYes() const { return m_yes; }
+    QPushButton *cmdNo() const { return m_no; }
+
+    // Shows the dialog modally; returns the outcome when the user agreed.
+    static std::optional<DeleteOutcome> ask(const DeleteRequest &request, QWidget *parent);
+
+    // Window tests answer the dialog without showing it: the hook returns true for Yes.
+    using AnswerHook = std::function<bool(const frmDel &)>;
+    static void setAnswerHook(AnswerHook hook);
+
+private:
+    void confirm();
+    void decline();
+
+    DeleteRequest m_request;
+    DeleteOutcome m_outcome;
+    QLabel *m_question;
+    QPushButton *m_yes;
+    QPushButton *m_no;
+};
+
+} // namespace corvane

@@ -1,0 +1,486 @@
+#include "viewer/frmViewer.h"
+
+#include "common/DataFolder.h"
+#include "engine/ConnectionProbe.h"
+#include "kb/KnowledgeBaseCatalogue.h"
+#include "kb/ScrambleLine.h"
+#include "ui/frmDel.h"
+#include "ui/frmHelp.h"
+#include "ui/frmMsgBox.h"
+#include "viewer/PageView.h"
+
+#include <QComboBox>
+#include <QDir>
+#include <QFileInfo>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPointer>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+namespace corvane {
+
+namespace {
+
+frmViewer *g_openViewer = nullptr;
+
+QString describe(const QString &message)
+{
+    // Library errors already carry their operation's arrow; the viewer adds its own label.
+    const int arrow = message.indexOf(QLatin1String("->"));
+    return arrow >= 0 ? message.mid(arrow + 2) : message;
+}
+
+} // namespace
+
+frmViewer *frmViewer::openViewer()
+{
+    return g_openViewer;
+}
+
+QUrl frmViewer::placeholderPage()
+{
+    const QString located = DataFolder::locate(QStringLiteral("Images/kw.htm"));
+    return located.startsWith(QLatin1Char(':')) ? QUrl(QStringLiteral("qrc") + located)
+                                                : QUrl::fromLocalFile(located);
+}
+
+QString frmViewer::GetDateofCreation(const QString &filePath)
+{
+    const QFileInfo info(filePath);
+    return info.exists() ? info.lastModified().toString(QStringLiteral("MM/dd/yyyy")) : QString();
+}
+
+QPushButton *frmViewer::button(const QString &name, const QString &caption)
+{
+    auto *b = new QPushButton(caption, this);
+    b->setObjectName(name);
+    b->setAutoDefault(false);
+    return b;
+}
+
+frmViewer::frmViewer(QWidget *parent)
+    : SkinnedWindow(QStringLiteral("Images1"), tr("Knowledgebase Viewer"), parent),
+      m_mailList(new QComboBox(this)), m_keyword(new QComboBox(this)),
+      m_num(new QLabel(QStringLiteral("0"), this)), m_of(new QLabel(tr("of"), this)),
+      m_totalNum(new QLabel(QStringLiteral("0"), this)), m_data1(new QLabel(this)),
+      m_data2(new QLabel(this)), m_data3(new QLabel(this)), m_createdOn(new QLabel(this)),
+      m_page(new QLabel(tr("Loading Page...."), this)), m_web(new PageView(this)),
+      m_url(new QLineEdit(this)), m_browse(button(QStringLiteral("cmdBrowse"), tr("&Go"))),
+      m_back(button(QStringLiteral("cmdBack"), tr("&Back"))),
+      m_forward(button(QStringLiteral("cmdForward"), tr("F&orward"))),
+      m_stop(button(QStringLiteral("cmdStop"), tr("&Stop"))),
+      m_back1(button(QStringLiteral("cmdBack1"), tr("Back"))),
+      m_forward1(button(QStringLiteral("cmdForward1"), tr("Forward"))),
+      m_first(button(QStringLiteral("cmdFirst"), tr("&First"))),
+      m_previous(button(QStringLiteral("cmdPrevious"), tr("&Previous"))),
+      m_next(button(QStringLiteral("cmdNext"), tr("&Next"))),
+      m_last(button(QStringLiteral("cmdLast"), tr("&Last"))),
+      m_del(button(QStringLiteral("cmdDel"), tr("&Delete Page"))),
+      m_view(button(QStringLiteral("cmdView"), tr("View Original Page"))),
+      m_delKB(button(QStringLiteral("cmdDelKB"), tr("&Delete"))),
+      m_import(button(QStringLiteral("cmdImport"), tr("Export Leads to MS Outlook"))),
+      m_leadsScan(button(QStringLiteral("cmdLeadsScan"), tr("Leads Scan"))),
+      m_emailVerify(button(QStringLiteral("cmdEmailVerify"), tr("Leads Verifier"))),
+      m_engine(button(QStringLiteral("cmdZebCorvane"), tr("Corvane Engine"))),
+      m_helpFile(button(QStringLiteral("cmdHelp"), tr("&Help"))),
+      m_help(button(QStringLiteral("cmdHelp"), tr("Viewer H&elp")))
+{
+    setObjectName(QStringLiteral("frmViewer"));
+    g_openViewer = this;
+    m_mailList->setObjectName(QStringLiteral("cmbMailList"));
+    m_keyword->setObjectName(QStringLiteral("cmbKeyword"));
+    m_num->setObjectName(QStringLiteral("lblNum"));
+    m_of->setObjectName(QStringLiteral("lblOf"));
+    m_totalNum->setObjectName(QStringLiteral("lblTotalNum"));
+    m_data1->setObjectName(QStringLiteral("lblData1"));
+    m_data2->setObjectName(QStringLiteral("lblData2"));
+    m_data3->setObjectName(QStringLiteral("lblData3"));
+    m_createdOn->setObjectName(QStringLiteral("lblCreatedOn"));
+    m_page->setObjectName(QStringLiteral("lblPage"));
+    m_web->setObjectName(QStringLiteral("webPage"));
+    m_url->setObjectName(QStringLiteral("txtURL"));
+    m_delKB->setToolTip(tr("Delete Knowledgebase"));
+    m_data1->hide(); // the page number only feeds the page file's name
+    m_data3->hide();
+    m_page->hide();
+    m_back1->setEnabled(false);
+    m_forward1->setEnabled(false);
+    m_back->hide();
+    m_forward->hide();
+    buildLayout();
+
+    connect(m_mailList, &QComboBox::activated, this, &frmViewer::selectKnowledgeBase);
+    connect(m_keyword, &QComboBox::activated, this, &frmViewer::selectKeyword);
+    connect(m_first, &QPushButton::clicked, this,
+            [this] { move(QStringLiteral("cmdFirst->"), &clsIOFile::MoveFirst); });
+    connect(m_previous, &QPushButton::clicked, this,
+            [this] { move(QStringLiteral("cmdPrevious->"), &clsIOFile::MovePrevious); });
+    connect(m_next, &QPushButton::clicked, this,
+            [this] { move(QStringLiteral("cmdNext->"), &clsIOFile::MoveNext); });
+    connect(m_last, &QPushButton::clicked, this,
+            [this] { move(QStringLiteral("cmdLast->"), &clsIOFile::MoveLast); });
+    connect(m_del, &QPushButton::clicked, this, &frmViewer::deletePage);
+    connect(m_delKB, &QPushButton::clicked, this, &frmViewer::deleteKnowledgeBase);
+    connect(m_view, &QPushButton::clicked, this, &frmViewer::viewOriginal);
+    connect(m_browse, &QPushButton::clicked, this, &frmViewer::browse);
+    connect(m_url, &QLineEdit::returnPressed, this, &frmViewer::browse);
+    connect(m_back, &QPushButton::clicked, m_web, &PageView::back);
+    connect(m_forward, &QPushButton::clicked, m_web, &PageView::forward);
+    connect(m_stop, &QPushButton::clicked, m_web, &PageView::stop);
+    connect(m_web, &PageView::historyChanged, this, &frmViewer::updateHistoryButtons);
+    connect(m_web, &PageView::loadStarted, this, [this] {
+        m_createdOn->hide();
+        m_page->show();
+    });
+    connect(m_web, &PageView::loadFinished, m_page, &QLabel::hide);
+    connect(m_import, &QPushButton::clicked, this, [this] { openTool(Tool::ImportLeads); });
+    connect(m_leadsScan, &QPushButton::clicked, this, [this] { openTool(Tool::LeadsScan); });
+    connect(m_emailVerify, &QPushButton::clicked, this, [this] { openTool(Tool::VerifyEmails); });
+    connect(m_engine, &QPushButton::clicked, this, [this] { openTool(Tool::Harvest); });
+    connect(m_helpFile, &QPushButton::clicked, this,
+            [this] { frmHelp::showHelp(QStringLiteral("Corvane.htm"), {}, this); });
+    connect(m_help, &QPushButton::clicked, this,
+            [this] { frmHelp::showHelp(help::kViewerPage, {}, this); });
+    for (QPushButton *tool : {m_import, m_leadsScan, m_emailVerify, m_engine})
+        tool->setEnabled(false);
+
+    resize(980, 700);
+    LoadKB();
+}
+
+frmViewer::~frmViewer()
+{
+    if (g_openViewer == this)
+        g_openViewer = nullptr;
+}
+
+void frmViewer::buildLayout()
+{
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(8, 8, 8, 8);
+
+    auto *lists = new QGridLayout;
+    auto *kbLabel = new QLabel(tr("Select &Knowledgebase"), this);
+    kbLabel->setBuddy(m_mailList);
+    auto *keywordLabel = new QLabel(tr("Select &Taxonomy"), this);
+    keywordLabel->setBuddy(m_keyword);
+    lists->addWidget(kbLabel, 0, 0);
+    lists->addWidget(m_mailList, 0, 1);
+    lists->addWidget(m_delKB, 0, 2);
+    lists->addWidget(keywordLabel, 1, 0);
+    lists->addWidget(m_keyword, 1, 1);
+    lists->setColumnStretch(1, 1);
+    layout->addLayout(lists);
+
+    auto *address = new QHBoxLayout;
+    auto *addressLabel = new QLabel(tr("&Address:"), this);
+    addressLabel->setBuddy(m_url);
+    address->addWidget(addressLabel);
+    address->addWidget(m_url, 1);
+    for (QPushButton *b : {m_browse, m_back, m_back1, m_forward, m_forward1, m_stop})
+        address->addWidget(b);
+    layout->addLayout(address);
+
+    auto *status = new QHBoxLayout;
+    for (QWidget *w : {static_cast<QWidget *>(m_num), static_cast<QWidget *>(m_of),
+                       static_cast<QWidget *>(m_totalNum), static_cast<QWidget *>(m_data1)})
+        status->addWidget(w);
+    status->addWidget(m_data2, 1);
+    status->addWidget(m_data3);
+    status->addWidget(m_createdOn);
+    status->addWidget(m_page);
+    layout->addLayout(status);
+    m_data2->setTextInteractionFlags(Qt::TextSelectableByMouse);
+
+    layout->addWidget(m_web, 1);
+
+    auto *pages = new QHBoxLayout;
+    for (QPushButton *b : {m_first, m_previous, m_next, m_last, m_del, m_view})
+        pages->addWidget(b);
+    pages->addStretch();
+    layout->addLayout(pages);
+    auto *tools = new QHBoxLayout;
+    for (QPushButton *b : {m_import, m_leadsScan, m_emailVerify, m_engine})
+        tools->addWidget(b);
+    tools->addStretch();
+    tools->addWidget(m_helpFile);
+    tools->addWidget(m_help);
+    layout->addLayout(tools);
+}
+
+bool frmViewer::report(const QString &label, const Result<void> &result)
+{
+    if (result)
+        return true;
+    showErrorReport(this, label, describe(result.message()));
+    return false;
+}
+
+void frmViewer::setPageButtonsEnabled(bool on)
+{
+    for (QPushButton *b : {m_first, m_previous, m_next, m_last, m_del, m_view})
+        b->setEnabled(on);
+}
+
+void frmViewer::showPlaceholder()
+{
+    m_createdOn->hide();
+    m_web->navigate(placeholderPage());
+}
+
+void frmViewer::showEmptyCounters()
+{
+    m_num->setText(QStringLiteral("0"));
+    m_totalNum->setText(QStringLiteral("0"));
+    m_data1->clear();
+    m_data2->clear();
+    m_data3->clear();
+}
+
+void frmViewer::LoadKB()
+{
+    m_mailList->clear();
+    m_keyword->clear();
+    m_cursor = clsIOFile();
+    m_kbFolder.clear();
+    m_keywordFolder.clear();
+    const auto bases = KnowledgeBaseCatalogue::knowledgeBases();
+    if (!bases) {
+        showErrorReport(this, QStringLiteral("frmViewer-FormLoad->"), describe(bases.message()));
+    } else {
+        for (const KnowledgeBaseRecord &kb : *bases)
+            m_mailList->addItem(kb.name, kb.number);
+    }
+    m_delKB->setEnabled(m_mailList->count() > 0);
+    if (m_mailList->count() == 0) {
+        showPlaceholder();
+        showEmptyCounters();
+        setPageButtonsEnabled(false);
+        return;
+    }
+    m_mailList->setCurrentIndex(0);
+    selectKnowledgeBase();
+}
+
+void frmViewer::addKnowledgeBase(const QString &name, qint32 number)
+{
+    m_mailList->addItem(name, number);
+    m_delKB->setEnabled(true);
+}
+
+void frmViewer::selectKnowledgeBase()
+{
+    if (m_mailList->count() == 0)
+        return;
+    m_del->setEnabled(true);
+    m_keyword->clear();
+    const qint32 number = m_mailList->currentData().toInt();
+    const auto kb = KnowledgeBaseCatalogue::findByNumber(number);
+    if (!kb) {
+        showErrorReport(this, QStringLiteral("cmbMailList->"), describe(kb.message()));
+        return;
+    }
+    m_kbFolder = *kb && !(*kb)->folder.trimmed().isEmpty() ? (*kb)->folder : QString();
+    const auto keywords = KnowledgeBaseCatalogue::keywordFoldersOf(number);
+    if (!keywords) {
+        showErrorReport(this, QStringLiteral("cmbMailList->"), describe(keywords.message()));
+        return;
+    }
+    for (const KeywordFolderRecord &keyword : *keywords)
+        m_keyword->addItem(keyword.term, keyword.number);
+    if (m_keyword->count() > 0) {
+        m_keyword->setCurrentIndex(0);
+        selectKeyword();
+    } else {
+        showPlaceholder();
+        showEmptyCounters();
+        setPageButtonsEnabled(false);
+    }
+}
+
+void frmViewer::selectKeyword()
+{
+    if (m_keyword->currentIndex() < 0)
+        return;
+    m_keywordFolder =
+        m_kbFolder.isEmpty()
+            ? QString()
+            : QDir::cleanPath(m_kbFolder + QLatin1Char('/') + m_keyword->currentText());
+    m_cursor = clsIOFile();
+    if (m_keywordFolder.isEmpty() || !QFileInfo::exists(m_keywordFolder + "/index.qdx")) {
+        showMessage(this, tr("No matching records found for the selected keyword."));
+        showPlaceholder();
+        showEmptyCounters();
+        setPageButtonsEnabled(false);
+        return;
+    }
+    const Result<void> opened = m_cursor.OpenFile(m_keywordFolder, QStringLiteral("index.qdx"));
+    if (!report(QStringLiteral("cmbKeyword->"), opened))
+        return;
+    if (!report(QStringLiteral("cmbKeyword->"), m_cursor.MoveFirst()))
+        return;
+    PopulateDetails();
+    setPageButtonsEnabled(true);
+}
+
+void frmViewer::PopulateDetails()
+{
+    const QString label = QStringLiteral("PopulateDetails->");
+    m_totalNum->setText(QString::number(m_cursor.RowCount()));
+    if (m_cursor.RowCount() == 0) {
+        showPlaceholder();
+        return;
+    }
+    const auto stored = m_cursor.GetDataFromRow(0);
+    if (!stored) {
+        showErrorReport(this, label, describe(stored.message()));
+        return;
+    }
+    const auto record = ScrambleLine(QStringView(*stored));
+    if (!record) {
+        showErrorReport(this, label, describe(record.message()));
+        return;
+    }
+    const int split = record->indexOf(QLatin1String("##"));
+    if (split < 0) {
+        showErrorReport(this, label, tr("the index record has no page number"));
+        return;
+    }
+    m_data1->setText(record->left(split + 1));
+    m_data2->setText(record->mid(split + 2));
+    m_num->setText(QString::number(m_cursor.CurrentRow()));
+    m_currentRow = m_cursor.CurrentRow();
+    const QString pageFile =
+        QDir(m_keywordFolder).filePath(m_data1->text().chopped(1) + QStringLiteral(".htm"));
+    m_web->navigate(QUrl::fromLocalFile(pageFile));
+    m_createdOn->setText(tr("Content as on: ") + GetDateofCreation(pageFile));
+    m_page->hide();
+    m_createdOn->show();
+}
+
+void frmViewer::move(const QString &label, Result<void> (clsIOFile::*step)())
+{
+    if (report(label, (m_cursor.*step)()))
+        PopulateDetails();
+}
+
+void frmViewer::deletePage()
+{
+    const int rows = m_cursor.RowCount();
+    if (rows >= 2) {
+        report(QStringLiteral("cmdDel->"), m_cursor.DeleteRow(m_currentRow));
+    } else if (rows == 1 && m_keyword->count() >= 2) {
+        const QString folder = m_keywordFolder;
+        const qint32 keywordNumber = m_keyword->currentData().toInt();
+        m_cursor = clsIOFile(); // the index goes with its folder
+        const Result<void> removed = removeKeywordFolder(keywordNumber, folder);
+        selectKnowledgeBase();
+        if (!report(QStringLiteral("cmdDel->"), removed))
+            return;
+    } else if (rows == 1) {
+        deleteKnowledgeBase();
+    }
+    PopulateDetails();
+}
+
+void frmViewer::deleteKnowledgeBase()
+{
+    if (m_mailList->count() == 0)
+        return;
+    DeleteRequest request;
+    request.kind = static_cast<int>(DeleteRequestKind::KnowledgeBase);
+    request.knowledgeBaseFolder = m_kbFolder;
+    request.knowledgeBaseNumber = m_mailList->currentData().toInt();
+    request.question = tr("Do you wish to permanently delete ") +
+                       m_mailList->currentText().trimmed() + tr(" Knowledgbase?");
+    m_cursor = clsIOFile(); // the folder may be removed under the cursor
+    const auto outcome = frmDel::ask(request, this);
+    if (outcome && outcome->reloadViewer) {
+        showPlaceholder();
+        showEmptyCounters();
+        LoadKB();
+        return;
+    }
+    // Declined: the cursor was let go, so show the keyword again from its index.
+    if (m_keyword->currentIndex() >= 0)
+        selectKeyword();
+}
+
+void frmViewer::setConnectionCheck(ConnectionCheck *check)
+{
+    m_connection = check;
+}
+
+void frmViewer::viewOriginal()
+{
+    if (!m_connection)
+        m_connection = new ConnectionProbe(ConnectionProbe::configuredAddress(),
+                                           RealTimerSource::instance(), this);
+    const QPointer<frmViewer> self(this);
+    m_connection->check([self](bool connected) {
+        if (!self)
+            return;
+        if (!connected) {
+            showMessage(self, tr("Not connected To the internet."));
+            return;
+        }
+        self->m_createdOn->hide();
+        self->m_web->navigate(QUrl::fromUserInput(self->m_data2->text().trimmed()));
+    });
+}
+
+void frmViewer::browse()
+{
+    const QString address = m_url->text().trimmed();
+    if (address.isEmpty()) {
+        showMessage(this, tr("Please enter URL."));
+        return;
+    }
+    const QUrl url = QUrl::fromUserInput(address);
+    if (!url.isValid()) {
+        showErrorReport(this, QStringLiteral("KBBrowse->"), url.errorString());
+        return;
+    }
+    m_createdOn->hide();
+    m_web->navigate(url);
+}
+
+void frmViewer::updateHistoryButtons()
+{
+    const bool back = m_web->canGoBack();
+    const bool forward = m_web->canGoForward();
+    m_back->setVisible(back);
+    m_back->setEnabled(back);
+    m_back1->setVisible(!back);
+    m_forward->setVisible(forward);
+    m_forward->setEnabled(forward);
+    m_forward1->setVisible(!forward);
+}
+
+void frmViewer::setWindowFactory(Tool tool, WindowFactory factory)
+{
+    QPushButton *buttons[] = {m_import, m_leadsScan, m_emailVerify, m_engine};
+    buttons[static_cast<int>(tool)]->setEnabled(bool(factory));
+    m_factories.insert(static_cast<int>(tool), std::move(factory));
+}
+
+void frmViewer::openTool(Tool tool)
+{
+    const WindowFactory &factory = m_factories.value(static_cast<int>(tool));
+    if (!factory)
+        return;
+    QPointer<QWidget> &window = m_openTools[static_cast<int>(tool)];
+    if (!window)
+        window = factory(this);
+    if (!window)
+        return;
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+} // namespace corvane

@@ -1,0 +1,115 @@
+#pragma once
+
+#include "kb/clsIOFile.h"
+#include "ui/SkinnedWindow.h"
+
+#include <QHash>
+#include <QPointer>
+
+#include <functional>
+
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+
+namespace corvane {
+
+class ConnectionCheck;
+class PageView;
+
+// The window the program opens on: steps through the pages harvests saved into knowledge
+// bases, deletes pages and knowledge bases, browses freely and opens the other tools.
+class frmViewer : public SkinnedWindow
+{
+    Q_OBJECT
+public:
+    // The tools the viewer opens, not modal.
+    enum class Tool { ImportLeads, LeadsScan, VerifyEmails, Harvest };
+    using WindowFactory = std::function<QWidget *(QWidget *viewer)>;
+
+    explicit frmViewer(QWidget *parent = nullptr);
+    ~frmViewer() override;
+
+    // Fills the knowledge-base list from the catalogue and shows its first knowledge base, or
+    // the placeholder page with the page buttons off when there is none.
+    void LoadKB();
+    // A knowledge base created by a harvest while the viewer is open.
+    void addKnowledgeBase(const QString &name, qint32 number);
+
+    // Which window a tool button opens; a button without a factory stays disabled.
+    void setWindowFactory(Tool tool, WindowFactory factory);
+    // The check behind "View Original Page" (the viewer owns a probe unless one is given).
+    void setConnectionCheck(ConnectionCheck *check);
+
+    static QString GetDateofCreation(const QString &filePath);
+    static QUrl placeholderPage();
+
+    // The open viewer, for harvests that add knowledge bases; null when none is open.
+    static frmViewer *openViewer();
+    // The keyword folder on show (the folder index records are written to).
+    QString currentKeywordFolder() const { return m_keywordFolder; }
+    int currentRow() const { return m_currentRow; }
+    PageView *webPage() const { return m_web; }
+
+private:
+    QPushButton *button(const QString &name, const QString &caption);
+    void buildLayout();
+    void setPageButtonsEnabled(bool on);
+    void showPlaceholder();
+    void showEmptyCounters();
+    void selectKnowledgeBase();
+    void selectKeyword();
+    void PopulateDetails();
+    void move(const QString &label, Result<void> (clsIOFile::*step)());
+    void deletePage();
+    void deleteKnowledgeBase();
+    void viewOriginal();
+    void browse();
+    void openTool(Tool tool);
+    void updateHistoryButtons();
+    bool report(const QString &label, const Result<void> &result);
+
+    clsIOFile m_cursor;
+    int m_currentRow = 0;
+    QString m_kbFolder;
+    QString m_keywordFolder;
+
+    QComboBox *m_mailList;
+    QComboBox *m_keyword;
+    QLabel *m_num;
+    QLabel *m_of;
+    QLabel *m_totalNum;
+    QLabel *m_data1;
+    QLabel *m_data2;
+    QLabel *m_data3;
+    QLabel *m_createdOn;
+    QLabel *m_page;
+    PageView *m_web;
+    QLineEdit *m_url;
+    QPushButton *m_browse;
+    QPushButton *m_back;
+    QPushButton *m_forward;
+    QPushButton *m_stop;
+    QPushButton *m_back1;
+    QPushButton *m_forward1;
+    QPushButton *m_first;
+    QPushButton *m_previous;
+    QPushButton *m_next;
+    QPushButton *m_last;
+    QPushButton *m_del;
+    QPushButton *m_view;
+    QPushButton *m_delKB;
+    QPushButton *m_import;
+    QPushButton *m_leadsScan;
+    QPushButton *m_emailVerify;
+    QPushButton *m_engine;
+    QPushButton *m_helpFile;
+    QPushButton *m_help;
+
+    QHash<int, WindowFactory> m_factories;
+    QHash<int, QPointer<QWidget>> m_openTools; // one window per tool, shown again when reopened
+    ConnectionCheck *m_connection = nullptr;
+};
+
+} // namespace corvane

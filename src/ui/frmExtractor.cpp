@@ -1,0 +1,293 @@
+#include "ui/frmExtractor.h"
+
+#include "ui/frmDel.h"
+#include "ui/frmHelp.h"
+#include "ui/frmMsgBox.h"
+
+#include <QApplication>
+#include <QButtonGroup>
+#include <QCloseEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QListWidget>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QStackedWidget>
+#include <QVBoxLayout>
+
+namespace corvane {
+
+QPushButton *frmExtractor::button(const char *name, const QString &caption)
+{
+    auto *b = new QPushButton(caption, this);
+    b->setObjectName(QString::fromLatin1(name));
+    b->setAutoDefault(false);
+    return b;
+}
+
+frmExtractor::frmExtractor(QWidget *parent)
+    : SkinnedWindow(QStringLiteral("Images3"), tr("Leads Scan"), parent),
+      m_scan(AddressFilterList::bundled()), m_optFolder(new QRadioButton(tr("Scan F&older"), this)),
+      m_optFile(new QRadioButton(tr("Scan F&ile"), this)), m_panels(new QStackedWidget(this)),
+      m_fileTarget(new QLabel(this)), m_folderTarget(new QLabel(this)),
+      m_types(new QListWidget(this)), m_newType(new QLineEdit(this)), m_emails(new QListView(this)),
+      m_listCount(new QLabel(this)), m_scanCount(new QLabel(this)),
+      m_selectFile(button("cmdSelectFile", tr("Select &File..."))),
+      m_scanFile(button("cmdScanFile", tr("&Scan File"))),
+      m_selectFolder(button("cmdSelectFolder", tr("Select Fol&der..."))),
+      m_scanFolder(button("cmdScanFolder", tr("&Scan Folder"))),
+      m_stopFolder(button("cmdStopScanningFolder", tr("S&top Scanning"))),
+      m_addType(button("cmdAddExt", tr("&Add"))),
+      m_removeType(button("cmdRemoveExt", tr("&Remove"))),
+      m_removeLeads(button("cmdremoveselectedemails", tr("Remove Selected &Leads"))),
+      m_saveLeads(button("cmdsavelist", tr("Sa&ve Leads"))), m_help(button("cmdHelp", tr("&Help")))
+{
+    setObjectName(QStringLiteral("frmExtractor"));
+    setAttribute(Qt::WA_DeleteOnClose);
+    m_optFolder->setObjectName(QStringLiteral("optAction1"));
+    m_optFile->setObjectName(QStringLiteral("optAction0"));
+    m_fileTarget->setObjectName(QStringLiteral("lblscanfiletarget"));
+    m_folderTarget->setObjectName(QStringLiteral("lblscanfoldertarget"));
+    m_types->setObjectName(QStringLiteral("lstExt"));
+    m_newType->setObjectName(QStringLiteral("txtext"));
+    m_emails->setObjectName(QStringLiteral("lstEmails"));
+    m_listCount->setObjectName(QStringLiteral("lbllistcount"));
+    m_scanCount->setObjectName(QStringLiteral("lblscancount"));
+    m_emails->setModel(&m_scan.leads());
+    m_emails->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    m_stopFolder->setEnabled(false);
+
+    m_chooseFile = [this] {
+        return QFileDialog::getOpenFileName(
+            this, tr("Select File"), {},
+            tr("Text Files(*.txt,*.rtf) (*.txt *.rtf);;MS Office(*.doc,*.csv,*.xls) (*.doc *.csv "
+               "*.xls);;All files (*)"));
+    };
+    m_chooseFolder = [this] {
+        return QFileDialog::getExistingDirectory(this, tr("Select Folder"));
+    };
+    m_chooseSave = [this] {
+        return QFileDialog::getSaveFileName(this, tr("Save Leads"), {}, tr("Lead files (*.csv)"));
+    };
+
+    buildLayout();
+    showTypes();
+    showCounts();
+    m_scanCount->clear();
+
+    connect(m_optFolder, &QRadioButton::toggled, this,
+            [this](bool on) { m_panels->setCurrentIndex(on ? 1 : 0); });
+    m_optFolder->setChecked(true);
+    connect(m_types, &QListWidget::itemChanged, this, [this](QListWidgetItem *item) {
+        m_scan.fileTypes().setChecked(m_types->row(item), item->checkState() == Qt::Checked);
+    });
+    connect(m_addType, &QPushButton::clicked, this, &frmExtractor::addType);
+    connect(m_newType, &QLineEdit::returnPressed, this, &frmExtractor::addType);
+    connect(m_removeType, &QPushButton::clicked, this, &frmExtractor::removeTypes);
+    connect(m_selectFile, &QPushButton::clicked, this, &frmExtractor::selectFile);
+    connect(m_selectFolder, &QPushButton::clicked, this, &frmExtractor::selectFolder);
+    connect(m_scanFile, &QPushButton::clicked, this, &frmExtractor::scanFile);
+    connect(m_scanFolder, &QPushButton::clicked, this, &frmExtractor::scanFolder);
+    connect(m_stopFolder, &QPushButton::clicked, &m_scan, &LeadsScan::stop);
+    connect(m_removeLeads, &QPushButton::clicked, this, &frmExtractor::removeSelectedLeads);
+    connect(m_saveLeads, &QPushButton::clicked, this, &frmExtractor::saveLeads);
+    connect(m_help, &QPushButton::clicked, this,
+            [this] { frmHelp::showHelp(QStringLiteral("leadsscan.htm"), {}, this); });
+    connect(&m_scan, &LeadsScan::leadsAdded, this, &frmExtractor::showCounts);
+    connect(&m_scan, &LeadsScan::fileScanned, this, &frmExtractor::showCounts);
+    connect(&m_scan, &LeadsScan::finished, this, [this] {
+        setScanning(false);
+        showCounts();
+        QApplication::beep();
+    });
+    // A file or folder that cannot be read is reported and the walk goes on.
+    connect(&m_scan, &LeadsScan::fileError, this, [this](const QString &path, const QString &why) {
+        showMessage(this, tr("Error: ") + path + QLatin1Char(' ') + why);
+    });
+    connect(&m_scan, &LeadsScan::folderError, this,
+            [this](const QString &path, const QString &why) {
+                showErrorReport(this, LeadsScan::kFolderFailedLabel, path + QLatin1Char(' ') + why);
+            });
+    resize(760, 560);
+}
+
+frmExtractor::~frmExtractor() = default;
+
+void frmExtractor::buildLayout()
+{
+    auto *layout = new QVBoxLayout(this);
+    auto *options = new QHBoxLayout;
+    options->addWidget(m_optFolder);
+    options->addWidget(m_optFile);
+    options->addStretch();
+    layout->addLayout(options);
+
+    auto *filePanel = new QWidget(m_panels);
+    auto *fileRow = new QGridLayout(filePanel);
+    fileRow->addWidget(m_selectFile, 0, 0);
+    fileRow->addWidget(m_fileTarget, 0, 1);
+    fileRow->addWidget(m_scanFile, 1, 0);
+    fileRow->setColumnStretch(1, 1);
+    auto *folderPanel = new QWidget(m_panels);
+    auto *folderRow = new QGridLayout(folderPanel);
+    folderRow->addWidget(m_selectFolder, 0, 0);
+    folderRow->addWidget(m_folderTarget, 0, 1, 1, 2);
+    folderRow->addWidget(m_scanFolder, 1, 0);
+    folderRow->addWidget(m_stopFolder, 1, 1);
+    folderRow->setColumnStretch(2, 1);
+    m_panels->addWidget(filePanel);
+    m_panels->addWidget(folderPanel);
+    layout->addWidget(m_panels);
+
+    auto *lists = new QHBoxLayout;
+    auto *typesBox = new QGroupBox(tr("File Formats"), this);
+    auto *types = new QGridLayout(typesBox);
+    types->addWidget(m_types, 0, 0, 1, 2);
+    types->addWidget(m_newType, 1, 0, 1, 2);
+    types->addWidget(m_addType, 2, 0);
+    types->addWidget(m_removeType, 2, 1);
+    lists->addWidget(typesBox);
+    auto *leads = new QVBoxLayout;
+    leads->addWidget(m_emails, 1);
+    auto *counts = new QHBoxLayout;
+    counts->addWidget(m_listCount);
+    counts->addStretch();
+    counts->addWidget(m_scanCount);
+    leads->addLayout(counts);
+    lists->addLayout(leads, 1);
+    layout->addLayout(lists, 1);
+
+    auto *buttons = new QHBoxLayout;
+    buttons->addWidget(m_removeLeads);
+    buttons->addWidget(m_saveLeads);
+    buttons->addStretch();
+    buttons->addWidget(m_help);
+    layout->addLayout(buttons);
+}
+
+void frmExtractor::showTypes()
+{
+    const QSignalBlocker quiet(m_types);
+    m_types->clear();
+    for (const FileTypeList::Entry &entry : m_scan.fileTypes().entries()) {
+        auto *item = new QListWidgetItem(entry.type, m_types);
+        item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
+        item->setCheckState(entry.checked ? Qt::Checked : Qt::Unchecked);
+    }
+}
+
+void frmExtractor::showCounts()
+{
+    m_listCount->setText(m_scan.leadCountText());
+    m_scanCount->setText(m_scan.filesScannedText());
+}
+
+void frmExtractor::addType()
+{
+    const FileTypeList::AddOutcome outcome = m_scan.fileTypes().add(m_newType->text());
+    if (outcome.message)
+        showMessage(this, *outcome.message);
+    m_newType->setText(outcome.fieldText);
+    showTypes();
+}
+
+void frmExtractor::removeTypes()
+{
+    if (const auto message = m_scan.fileTypes().removeChecked())
+        showMessage(this, *message);
+    showTypes();
+}
+
+void frmExtractor::selectFile()
+{
+    const QString chosen = m_chooseFile();
+    if (chosen.isEmpty())
+        return;
+    if (!QFileInfo::exists(chosen)) {
+        showMessage(this, LeadsScan::kFileMissingMessage);
+        return;
+    }
+    m_scanCount->clear();
+    m_fileTarget->setText(chosen);
+}
+
+void frmExtractor::selectFolder()
+{
+    m_folderTarget->setText(m_chooseFolder());
+    m_scanCount->clear();
+}
+
+void frmExtractor::setScanning(bool on)
+{
+    m_stopFolder->setEnabled(on);
+    for (QPushButton *b : {m_scanFile, m_scanFolder, m_selectFile, m_selectFolder, m_saveLeads,
+                           m_removeLeads, m_removeType})
+        b->setEnabled(!on);
+}
+
+void frmExtractor::scanFile()
+{
+    const Result<void> started = m_scan.startFileScan(m_fileTarget->text().trimmed());
+    if (!started) {
+        showMessage(this, started.message());
+        return;
+    }
+    setScanning(true);
+}
+
+void frmExtractor::scanFolder()
+{
+    const Result<void> started = m_scan.startFolderScan(m_folderTarget->text());
+    if (!started) {
+        showMessage(this, started.message());
+        return;
+    }
+    setScanning(true);
+}
+
+void frmExtractor::removeSelectedLeads()
+{
+    TextListModel &leads = m_scan.leads();
+    for (qsizetype row = 0; row < leads.count(); ++row)
+        leads.setSelected(row, m_emails->selectionModel()->isRowSelected(int(row)));
+    m_scan.removeSelectedLeads();
+    showCounts();
+}
+
+void frmExtractor::saveLeads()
+{
+    if (m_scan.leads().isEmpty()) {
+        showMessage(this, LeadsScan::kNoLeadsMessage);
+        return;
+    }
+    const QString chosen = m_chooseSave();
+    if (chosen.isEmpty())
+        return;
+    // Replacing goes through the confirmation dialog, which writes the file itself.
+    const auto saved = m_scan.saveLeads(chosen, [&](const QString &question) {
+        DeleteRequest request;
+        request.kind = static_cast<int>(DeleteRequestKind::ReplaceLeadFile);
+        request.question = question;
+        request.leadFileName = chosen;
+        request.leads = m_scan.leads().texts();
+        frmDel::ask(request, this);
+        return false;
+    });
+    if (!saved)
+        showErrorReport(this, LeadsScan::kSaveFailedLabel, saved.message());
+}
+
+void frmExtractor::closeEvent(QCloseEvent *event)
+{
+    m_scan.stop();
+    m_scan.saveFileTypes();
+    event->accept();
+}
+
+} // namespace corvane

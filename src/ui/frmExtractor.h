@@ -1,0 +1,80 @@
+#pragma once
+
+#include "scan/LeadsScan.h"
+#include "ui/SkinnedWindow.h"
+
+#include <functional>
+
+class QLabel;
+class QLineEdit;
+class QListView;
+class QListWidget;
+class QPushButton;
+class QRadioButton;
+class QStackedWidget;
+
+namespace corvane {
+
+// The leads scan window: scans a file or a folder tree for addresses, lists them and saves
+// the list as a lead file. The scan itself is LeadsScan's; this window shows it.
+class frmExtractor : public SkinnedWindow
+{
+    Q_OBJECT
+public:
+    explicit frmExtractor(QWidget *parent = nullptr);
+    ~frmExtractor() override;
+
+    LeadsScan &scan() { return m_scan; }
+
+    // The file dialogs, replaceable for window tests; each returns empty when cancelled.
+    using Chooser = std::function<QString()>;
+    void setFileChooser(Chooser choose) { m_chooseFile = std::move(choose); }
+    void setFolderChooser(Chooser choose) { m_chooseFolder = std::move(choose); }
+    void setSaveChooser(Chooser choose) { m_chooseSave = std::move(choose); }
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+
+private:
+    QPushButton *button(const char *name, const QString &caption);
+    void buildLayout();
+    void showTypes();
+    void addType();
+    void removeTypes();
+    void selectFile();
+    void selectFolder();
+    void scanFile();
+    void scanFolder();
+    void removeSelectedLeads();
+    void saveLeads();
+    void showCounts();
+    void setScanning(bool on);
+
+    LeadsScan m_scan;
+    Chooser m_chooseFile;
+    Chooser m_chooseFolder;
+    Chooser m_chooseSave;
+
+    QRadioButton *m_optFolder;
+    QRadioButton *m_optFile;
+    QStackedWidget *m_panels;
+    QLabel *m_fileTarget;
+    QLabel *m_folderTarget;
+    QListWidget *m_types;
+    QLineEdit *m_newType;
+    QListView *m_emails;
+    QLabel *m_listCount;
+    QLabel *m_scanCount;
+    QPushButton *m_selectFile;
+    QPushButton *m_scanFile;
+    QPushButton *m_selectFolder;
+    QPushButton *m_scanFolder;
+    QPushButton *m_stopFolder;
+    QPushButton *m_addType;
+    QPushButton *m_removeType;
+    QPushButton *m_removeLeads;
+    QPushButton *m_saveLeads;
+    QPushButton *m_help;
+};
+
+} // namespace corvane

@@ -1,0 +1,169 @@
+#include "ui/frmImportLeads.h"
+
+#include "ui/frmHelp.h"
+#include "ui/frmMsgBox.h"
+
+#include <QComboBox>
+#include <QFileDialog>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+namespace corvane {
+
+QPushButton *frmImportLeads::button(const char *name, const QString &caption)
+{
+    auto *b = new QPushButton(caption, this);
+    b->setObjectName(QString::fromLatin1(name));
+    b->setAutoDefault(false);
+    return b;
+}
+
+frmImportLeads::frmImportLeads(QWidget *parent)
+    : SkinnedWindow(QStringLiteral("Images6"), tr("Export Leads to MS Outlook"), parent),
+      m_path(new QLineEdit(this)), m_email(new QListView(this)),
+      m_total(new QLabel(QStringLiteral("0"), this)),
+      m_optSelect(new QRadioButton(tr("Select &Category"), this)),
+      m_optAdd(new QRadioButton(tr("Add &New Category"), this)), m_category(new QComboBox(this)),
+      m_newCategory(new QLineEdit(this)), m_browse(button("cmdBrowse", tr("&Browse"))),
+      m_fetch(button("cmdFetch", tr("&Extract Leads"))),
+      m_addCategory(button("cmdAddCat", tr("Add Category"))),
+      m_import(button("cmdImport", tr("E&xport Leads to Outlook"))),
+      m_help(button("cmdHelp", tr("&Help")))
+{
+    setObjectName(QStringLiteral("frmImportLeads"));
+    setAttribute(Qt::WA_DeleteOnClose);
+    m_path->setObjectName(QStringLiteral("txtPath"));
+    m_email->setObjectName(QStringLiteral("lstEmail"));
+    m_total->setObjectName(QStringLiteral("lblTotLeads"));
+    m_optSelect->setObjectName(QStringLiteral("optCatType0"));
+    m_optAdd->setObjectName(QStringLiteral("optCatType1"));
+    m_category->setObjectName(QStringLiteral("cmbCategory"));
+    m_newCategory->setObjectName(QStringLiteral("txtCategory"));
+    m_email->setModel(&m_export.leads());
+
+    m_chooseFile = [this] {
+        return QFileDialog::getOpenFileName(this, tr("Open Lead File"), {},
+                                            tr("Lead files (*.csv);;All files (*)"));
+    };
+    m_chooseVCard = [this] {
+        return QFileDialog::getSaveFileName(this, tr("Export Contacts"),
+                                            QStringLiteral("leads.vcf"), tr("Contacts (*.vcf)"));
+    };
+    buildLayout();
+    showCategories();
+    m_optSelect->setChecked(true);
+    showNewCategory(false);
+
+    connect(m_optAdd, &QRadioButton::toggled, this, &frmImportLeads::showNewCategory);
+    connect(m_browse, &QPushButton::clicked, this, [this] {
+        const QString chosen = m_chooseFile();
+        if (!chosen.isEmpty())
+            m_path->setText(chosen);
+    });
+    connect(m_fetch, &QPushButton::clicked, this, &frmImportLeads::fetch);
+    connect(m_addCategory, &QPushButton::clicked, this, &frmImportLeads::addCategory);
+    connect(m_newCategory, &QLineEdit::returnPressed, this, &frmImportLeads::addCategory);
+    connect(m_import, &QPushButton::clicked, this, &frmImportLeads::exportLeads);
+    connect(m_help, &QPushButton::clicked, this,
+            [this] { frmHelp::showHelp(QStringLiteral("outlook.htm"), {}, this); });
+    resize(560, 480);
+}
+
+frmImportLeads::~frmImportLeads() = default;
+
+void frmImportLeads::buildLayout()
+{
+    auto *layout = new QVBoxLayout(this);
+    auto *file = new QHBoxLayout;
+    auto *fileLabel = new QLabel(tr("Lead &File:"), this);
+    fileLabel->setBuddy(m_path);
+    file->addWidget(fileLabel);
+    file->addWidget(m_path, 1);
+    file->addWidget(m_browse);
+    file->addWidget(m_fetch);
+    layout->addLayout(file);
+    layout->addWidget(m_email, 1);
+    auto *total = new QHBoxLayout;
+    total->addWidget(new QLabel(tr("Total Leads:"), this));
+    total->addWidget(m_total);
+    total->addStretch();
+    layout->addLayout(total);
+
+    auto *category = new QGridLayout;
+    category->addWidget(m_optSelect, 0, 0);
+    category->addWidget(m_optAdd, 0, 1);
+    // The new-category field takes the place of the list, at the same height.
+    category->addWidget(m_category, 1, 0, 1, 2);
+    category->addWidget(m_newCategory, 1, 0);
+    category->addWidget(m_addCategory, 1, 1);
+    layout->addLayout(category);
+
+    auto *buttons = new QHBoxLayout;
+    buttons->addWidget(m_import);
+    buttons->addStretch();
+    buttons->addWidget(m_help);
+    layout->addLayout(buttons);
+}
+
+void frmImportLeads::showCategories()
+{
+    m_category->clear();
+    m_category->addItems(m_export.categories());
+    if (m_category->count() > 0)
+        m_category->setCurrentIndex(0);
+}
+
+void frmImportLeads::showNewCategory(bool on)
+{
+    m_newCategory->setVisible(on);
+    m_addCategory->setVisible(on);
+    m_category->setVisible(!on);
+}
+
+void frmImportLeads::fetch()
+{
+    const QString path = m_path->text().trimmed();
+    if (path.isEmpty()) {
+        showMessage(this, LeadExport::kSelectFileMessage);
+        return;
+    }
+    const auto fetched = m_export.fetch(path);
+    if (!fetched) {
+        showMessage(this, fetched.message());
+        return;
+    }
+    m_total->setText(QString::number(*fetched));
+}
+
+void frmImportLeads::addCategory()
+{
+    m_export.addCategory(m_newCategory->text());
+    m_newCategory->clear();
+    showCategories();
+}
+
+void frmImportLeads::exportLeads()
+{
+    if (m_export.leads().isEmpty()) {
+        showMessage(this, LeadExport::kNoLeadsMessage);
+        return;
+    }
+    const QString target = m_chooseVCard();
+    if (target.isEmpty())
+        return;
+    const auto done = m_export.exportTo(target, m_category->currentText().trimmed());
+    if (!done) {
+        showErrorReport(this, QStringLiteral("cmdImport->"), done.message());
+        return;
+    }
+    m_total->setText(QString::number(m_export.leads().count()));
+    showMessage(this, *done);
+}
+
+} // namespace corvane

@@ -1,0 +1,146 @@
+#include "support/TestSupport.h"
+
+#include "common/DataFolder.h"
+#include "kb/Catalogues.h"
+#include "kb/KnowledgeBaseCatalogue.h"
+#include "ui/frmDel.h"
+#include "ui/frmDelMailGroup.h"
+#include "ui/frmMsgBox.h"
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QTest>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+using namespace corvane;
+
+namespace {
+
+class DeleteDialogsTest : public ::testing::Test
+{
+protected:
+    test::TempDataFolder home;
+};
+
+// Shows the dialog modally and presses a key once it is up.
+std::optional<DeleteOutcome> answerWithKey(const DeleteRequest &request, Qt::Key key,
+                                           Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+{
+    QTimer::singleShot(0, [=] {
+        auto *dialog = qobject_cast<frmDel *>(QApplication::activeModalWidget());
+        ASSERT_NE(dialog, nullptr);
+        EXPECT_EQ(dialog->lblQuestion()->text(), request.question);
+        QTest::keyClick(dialog, key, modifiers);
+    });
+    return frmDel::ask(request, nullptr);
+}
+
+TEST_F(DeleteDialogsTest, YesReplacesTheLeadFileAndNoOrEscapeLeaveIt)
+{
+    const QString name = home.file(QStringLiteral("leads"));
+    test::writeFile(name + ".csv", "old\r\n");
+    DeleteRequest request;
+    request.kind = int(DeleteRequestKind::ReplaceLeadFile);
+    request.question = QStringLiteral("File Exist. Do you wish to replace?");
+    request.leadFileName = name;
+    request.leads = {QStringLiteral("a@b.example"), QStringLiteral("c@d.example")};
+
+    EXPECT_FALSE(answerWithKey(request, Qt::Key_Escape));
+    EXPECT_FALSE(answerWithKey(request, Qt::Key_Return)); // No is the default button
+    EXPECT_EQ(test::readFile(name + ".csv"), QByteArray("old\r\n"));
+
+    const auto outcome = answerWithKey(request, Qt::Key_Y, Qt::AltModifier);
+    ASSERT_TRUE(outcome);
+    EXPECT_TRUE(outcome->problems.isEmpty());
+    EXPECT_EQ(test::readFile(name + ".csv"),
+              QByteArray("Email Id\r\na@b.example\r\nc@d.example\r\n"));
+}
+
+TEST_F(DeleteDialogsTest, KindsChangeTheirListsAndSkipFlag)
+{
+    frmDel::setAnswerHook([](const frmDel &) { return true; });
+    DeleteRequest domains;
+    domains.kind = int(DeleteRequestKind::Domains);
+    domains.list = {{QStringLiteral("a.example"), 1, true},
+                    {QStringLiteral("b.example"), 2, false}};
+    const auto kept = frmDel::ask(domains, nullptr);
+    ASSERT_TRUE(kept);
+    EXPECT_EQ(kept->list, (QList<DeleteListItem>{{QStringLiteral("b.example"), 2, false}}));
+
+    DeleteRequest skip;
+    skip.kind = int(DeleteRequestKind::SkipEmailExtraction);
+    EXPECT_EQ(frmDel::ask(skip, nullptr)->skipEmail, std::optional<bool>(true));
+
+    DeleteRequest unknown;
+    unknown.kind = 8;
+    MessageCapture messages;
+    EXPECT_FALSE(frmDel::ask(unknown, nullptr));
+    EXPECT_EQ(messages.messages().size(), 1);
+
+    // Declining kind 7 clears the flag; the dialog reports that to its caller.
+    frmDel::setAnswerHook({});
+    frmDel dialog(skip);
+    QTimer::singleShot(0, &dialog, [&] { QTest::keyClick(&dialog, Qt::Key_N, Qt::AltModifier); });
+    EXPECT_EQ(dialog.exec(), QDialog::Rejected);
+    EXPECT_EQ(dialog.outcome().skipEmail, std::optional<bool>(false));
+}
+
+TEST_F(DeleteDialogsTest, MailGroupDialogDeletesKnowledgeBasesThenTheGroup)
+{
+    MailGroupCatalogue groups;
+    ASSERT_TRUE(groups.LoadMailGroups());
+    const auto birds = groups.AddMailGroup(QStringLiteral("birds"));
+    const auto fish = groups.AddMailGroup(QStringLiteral("fish"));
+    ASSERT_TRUE(birds && fish);
+    const QString kb1 = home.file(QStringLiteral("kb/one"));
+    const QString kb2 = home.file(QStringLiteral("kb/two"));
+    const QString kb3 = home.file(QStringLiteral("kb/three"));
+    for (const QString &folder : {kb1, kb2, kb3})
+        ASSERT_TRUE(QDir().mkpath(folder + "/term"));
+    const auto one = KnowledgeBaseCatalogue::AddKBMailGroup(birds->number, "one", kb1);
+    const auto two = KnowledgeBaseCatalogue::AddKBMailGroup(birds->number, "two", kb2);
+    const auto three = KnowledgeBaseCatalogue::AddKBMailGroup(fish->number, "three", kb3);
+    ASSERT_TRUE(one && two && three);
+    ASSERT_TRUE(KnowledgeBaseCatalogue::AddKBKeyword(*one, "term"));
+    ASSERT_TRUE(KnowledgeBaseCatalogue::AddKBKeyword(*three, "term"));
+
+    MessageCapture messages;
+    frmDelMailGroup dialog(birds->number);
+    ASSERT_EQ(dialog.cmbMailGroup()->count(), 2);
+    EXPECT_EQ(dialog.cmbMailGroup()->currentText(), QStringLiteral("birds"));
+    ASSERT_EQ(dialog.lstKB()->count(), 2);
+    EXPECT_TRUE(
+        dialog.lstKB()->item(0)->text().startsWith(QStringLiteral("one") + QString(30, ' ') + "!"));
+
+    dialog.chkKB()->setChecked(false);
+    EXPECT_FALSE(dialog.lstKB()->isEnabled());
+    dialog.chkKB()->setChecked(true);
+
+    dialog.lstKB()->item(0)->setSelected(true);
+    QTest::mouseClick(dialog.cmdDel(), Qt::LeftButton);
+    EXPECT_FALSE(QFileInfo::exists(kb1));
+    ASSERT_EQ(dialog.lstKB()->count(), 1);
+    EXPECT_EQ(dialog.cmbMailGroup()->count(), 2);
+
+    dialog.lstKB()->item(0)->setSelected(true);
+    QTest::mouseClick(dialog.cmdDel(), Qt::LeftButton);
+    EXPECT_FALSE(QFileInfo::exists(kb2));
+    ASSERT_EQ(dialog.cmbMailGroup()->count(), 1); // birds went with its last knowledge base
+    EXPECT_EQ(dialog.cmbMailGroup()->currentText(), QStringLiteral("fish"));
+    EXPECT_EQ(dialog.lstKB()->count(), 1);
+    EXPECT_TRUE(dialog.changed());
+    EXPECT_TRUE(QFileInfo::exists(kb3));
+    const auto left = KnowledgeBaseCatalogue::knowledgeBases();
+    ASSERT_TRUE(left);
+    ASSERT_EQ(left->size(), 1);
+    EXPECT_EQ(left->first().name, QStringLiteral("three"));
+    EXPECT_TRUE(messages.messages().isEmpty()) << messages.messages().join('|').toStdString();
+}
+
+} // namespace

@@ -1,0 +1,180 @@
+#include "support/TestSupport.h"
+
+#include "common/DataFolder.h"
+#include "common/LeadFile.h"
+#include "common/TimerSource.h"
+#include "exchange/CategoryList.h"
+#include "ui/frmDel.h"
+#include "ui/frmExtractor.h"
+#include "ui/frmImportLeads.h"
+#include "ui/frmMsgBox.h"
+#include "ui/frmVerifyEmails.h"
+
+#include <QComboBox>
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListView>
+#include <QListWidget>
+#include <QPointer>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace corvane;
+
+namespace {
+
+class ToolWindowsTest : public ::testing::Test
+{
+protected:
+    void TearDown() override { frmDel::setAnswerHook({}); }
+
+    template <typename T>
+    static T *child(QWidget &window, const char *name)
+    {
+        T *found = window.findChild<T *>(QString::fromLatin1(name));
+        EXPECT_NE(found, nullptr) << name;
+        return found;
+    }
+    static void click(QWidget &window, const char *name)
+    {
+        QTest::mouseClick(child<QPushButton>(window, name), Qt::LeftButton);
+    }
+
+    test::TempDataFolder home;
+};
+
+TEST_F(ToolWindowsTest, LeadsScanScansAFolderAndSavesTheLeads)
+{
+    const QString folder = home.file(QStringLiteral("scan"));
+    ASSERT_TRUE(QDir().mkpath(folder + "/sub"));
+    test::writeFile(folder + "/a.txt", "write to ann@example.com or bob@example.org\n");
+    test::writeFile(folder + "/sub/b.htm", "<a href=mailto:ann@example.com>ann</a> cy@example.net");
+    test::writeFile(folder + "/c.dat", "dan@example.com");
+
+    MessageCapture messages;
+    auto *window = new frmExtractor;
+    QPointer<frmExtractor> alive(window);
+    EXPECT_TRUE(child<QRadioButton>(*window, "optAction1")->isChecked());
+    auto *types = child<QListWidget>(*window, "lstExt");
+    ASSERT_EQ(types->count(), 1);
+    EXPECT_EQ(types->item(0)->text(), QStringLiteral(".***"));
+
+    click(*window, "cmdScanFolder");
+    EXPECT_EQ(messages.messages().value(0), LeadsScan::kSelectFolderMessage);
+
+    // Only .txt and .htm: the .dat file is passed over.
+    auto *newType = child<QLineEdit>(*window, "txtext");
+    newType->setText(QStringLiteral(".html"));
+    click(*window, "cmdAddExt");
+    EXPECT_EQ(messages.messages().value(1), FileTypeList::kLengthMessage);
+    EXPECT_EQ(types->item(1)->text(), QStringLiteral("html"));
+    newType->setText(QStringLiteral(".txt"));
+    QTest::keyClick(newType, Qt::Key_Return);
+    newType->setText(QStringLiteral(".htm"));
+    click(*window, "cmdAddExt");
+    ASSERT_EQ(types->count(), 4);
+    types->item(0)->setCheckState(Qt::Unchecked);
+    types->item(2)->setCheckState(Qt::Checked);
+    types->item(3)->setCheckState(Qt::Checked);
+
+    window->setFolderChooser([&] { return folder; });
+    click(*window, "cmdSelectFolder");
+    click(*window, "cmdScanFolder");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !window->scan().isScanning(); }, 10000));
+    EXPECT_EQ(window->scan().leads().texts().size(), 3);
+    EXPECT_FALSE(window->scan().leads().contains(QStringLiteral("dan@example.com")));
+    EXPECT_EQ(child<QLabel>(*window, "lbllistcount")->text(), QStringLiteral("3 Leads "));
+    EXPECT_EQ(child<QLabel>(*window, "lblscancount")->text(), QStringLiteral("2 Files Scanned"));
+
+    // Remove one lead through the list's selection, then save twice: the second save asks.
+    auto *emails = child<QListView>(*window, "lstEmails");
+    emails->selectionModel()->select(window->scan().leads().index(0), QItemSelectionModel::Select);
+    click(*window, "cmdremoveselectedemails");
+    EXPECT_EQ(child<QLabel>(*window, "lbllistcount")->text(), QStringLiteral("2 Leads "));
+    const QStringList kept = window->scan().leads().texts();
+
+    const QString chosen = home.file(QStringLiteral("leads.csv"));
+    window->setSaveChooser([&] { return chosen; });
+    click(*window, "cmdsavelist");
+    const QByteArray saved = test::readFile(chosen + ".csv");
+    EXPECT_EQ(saved, "Email Id\r\n" + kept.join("\r\n").toLatin1() + "\r\n");
+    QString asked;
+    frmDel::setAnswerHook([&](const frmDel &dialog) {
+        asked = dialog.request().question;
+        return false;
+    });
+    click(*window, "cmdsavelist");
+    EXPECT_EQ(asked, LeadsScan::kReplaceQuestion);
+    EXPECT_EQ(test::readFile(chosen + ".csv"), saved);
+
+    window->close(); // stores the type list
+    QTest::qWait(0);
+    const FileTypeList stored = FileTypeList::load();
+    EXPECT_EQ(stored.count(), 4);
+}
+
+TEST_F(ToolWindowsTest, ExportWritesEveryLeadAsAContactOfTheCategory)
+{
+    const QString leads = home.file(QStringLiteral("in.csv"));
+    ASSERT_TRUE(LeadFile::write(
+        leads, {QStringLiteral("ann@example.com"), QStringLiteral("bob@example.org")}));
+    MessageCapture messages;
+    frmImportLeads window;
+    click(window, "cmdImport");
+    EXPECT_EQ(messages.messages().value(0), LeadExport::kNoLeadsMessage);
+    click(window, "cmdFetch");
+    EXPECT_EQ(messages.messages().value(1), LeadExport::kSelectFileMessage);
+
+    child<QLineEdit>(window, "txtPath")->setText(QStringLiteral(" ") + leads);
+    click(window, "cmdFetch");
+    click(window, "cmdFetch"); // a second fetch lists them twice
+    EXPECT_EQ(child<QLabel>(window, "lblTotLeads")->text(), QStringLiteral("4"));
+
+    auto *category = child<QComboBox>(window, "cmbCategory");
+    EXPECT_EQ(category->count(), 0);
+    child<QRadioButton>(window, "optCatType1")->setChecked(true);
+    EXPECT_FALSE(category->isVisibleTo(&window));
+    child<QLineEdit>(window, "txtCategory")->setText(QStringLiteral("Prospects"));
+    click(window, "cmdAddCat");
+    ASSERT_EQ(category->count(), 1);
+    EXPECT_EQ(category->currentText(), QStringLiteral("Prospects"));
+    EXPECT_EQ(CategoryList::load(), QStringList{QStringLiteral("Prospects")});
+
+    const QString vcf = home.file(QStringLiteral("out.vcf"));
+    window.setVCardChooser([&] { return vcf; });
+    click(window, "cmdImport");
+    EXPECT_EQ(messages.messages().last(), LeadExport::kCompleteMessage);
+    EXPECT_TRUE(window.exporter().leads().isEmpty());
+    const QString written = QString::fromUtf8(test::readFile(vcf));
+    EXPECT_EQ(written.count(QStringLiteral("BEGIN:VCARD")), 4);
+    EXPECT_EQ(written.count(QStringLiteral("ann@example.com")), 2);
+    EXPECT_EQ(written.count(QStringLiteral("Prospects")), 4);
+}
+
+TEST_F(ToolWindowsTest, VerifierFetchesAndRefusesAnEmptyRun)
+{
+    const QString leads = home.file(QStringLiteral("in.csv"));
+    ASSERT_TRUE(LeadFile::write(
+        leads, {QStringLiteral("ann@example.com"), QStringLiteral("bob@example.org")}));
+    MessageCapture messages;
+    VirtualTimerSource timers;
+    frmVerifyEmails window(nullptr, timers);
+    EXPECT_TRUE(QDir(DataFolder::verified()).exists());
+    EXPECT_TRUE(QDir(DataFolder::unverified()).exists());
+    click(window, "cmdVerify");
+    EXPECT_EQ(messages.messages().value(0), LeadVerifier::kEmptyListMessage);
+    EXPECT_FALSE(child<QLabel>(window, "lblStatus")->isVisibleTo(&window));
+
+    window.setFileChooser([&] { return leads; });
+    click(window, "cmdBrowse");
+    EXPECT_EQ(child<QLineEdit>(window, "txtPath")->text(), leads);
+    click(window, "cmdFetch");
+    EXPECT_EQ(child<QLabel>(window, "lblTotLeads")->text(), QStringLiteral("2"));
+    EXPECT_EQ(child<QListWidget>(window, "lstEmail")->count(), 2);
+}
+
+} // namespace

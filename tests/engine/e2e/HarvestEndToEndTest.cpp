@@ -1,0 +1,258 @@
+// Whole harvests over real HTTP on 127.0.0.1: the command line with its in-process demo web,
+// and the crawl controller with the real downloader, analysis and store.
+
+#include "support/TestSupport.h"
+
+#include "analysis/AnalysisContext.h"
+#include "common/DataFolder.h"
+#include "common/LeadFile.h"
+#include "common/TimerSource.h"
+#include "engine/ConnectionProbe.h"
+#include "engine/CrawlController.h"
+#include "engine/CrawlWiring.h"
+#include "engine/CurlDownloader.h"
+#include "engine/DemoWebServer.h"
+#include "engine/ResumeController.h"
+#include "engine/SearchListProvider.h"
+
+#include <QDir>
+#include <QEventLoop>
+#include <QTcpServer>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+using namespace corvane;
+using namespace corvane::test;
+
+namespace {
+
+struct CliRun
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+    QStringList leads; // sorted
+};
+
+CliRun harvest(const TempDataFolder &home, QStringList args)
+{
+    const QString leadFile = home.file(QStringLiteral("leads.csv"));
+    QFile::remove(leadFile);
+    QByteArray out;
+    QByteArray err;
+    CliRun run;
+    run.exitCode =
+        runProgram(QStringLiteral("corvane-cli"),
+                   QStringList{QStringLiteral("--home"), home.path(), QStringLiteral("harvest")} +
+                       args + QStringList{QStringLiteral("--out"), leadFile},
+                   &out, &err, {}, 120000);
+    run.out = QString::fromUtf8(out);
+    run.err = QString::fromUtf8(err);
+    if (const Result<QStringList> leads = LeadFile::read(leadFile)) {
+        run.leads = *leads;
+        run.leads.sort();
+    }
+    return run;
+}
+
+// The page files stored under each taxonomy term of the only knowledge base.
+QMap<QString, int> storedPages(const TempDataFolder &home)
+{
+    QMap<QString, int> pages;
+    const QDir root(home.file(QStringLiteral("KnowledgeBases")));
+    const QStringList bases = root.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    if (bases.size() != 1)
+        return pages;
+    const QDir base(root.filePath(bases.first()));
+    for (const QString &term : base.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+        pages[term] =
+            int(QDir(base.filePath(term)).entryList({QStringLiteral("*.htm")}, QDir::Files).size());
+    return pages;
+}
+
+QStringList sorted(QStringList list)
+{
+    list.sort();
+    return list;
+}
+
+const QStringList kAcmeLeads = {
+    QStringLiteral("info@acme-demo.com"),      QStringLiteral("jane.miller@acme-demo.com"),
+    QStringLiteral("orders@acme-demo.com"),    QStringLiteral("press@acme-demo.com"),
+    QStringLiteral("tom.baker@acme-demo.com"), QStringLiteral("trade@acme-demo.com")};
+const QStringList kBirchwoodLeads = {QStringLiteral("books@birchwood-demo.org"),
+                                     QStringLiteral("events@birchwood-demo.org")};
+const QStringList kCoastalLeads = {QStringLiteral("membership@coastal-demo.net"),
+                                   QStringLiteral("regatta@coastal-demo.net"),
+                                   QStringLiteral("skipper@coastal-demo.net")};
+
+} // namespace
+
+TEST(HarvestEndToEnd, DemoUrlListHarvestsEveryReachablePublicPage)
+{
+    TempDataFolder home;
+    const CliRun run = harvest(home, {QStringLiteral("--demo")});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(run.out.trimmed(), QStringLiteral("Corvane has completed the specified search."));
+    // The contact page of Acme is linked only relatively from a sub-folder page, which
+    // resolves against the site root and misses it; the members' area is forbidden by
+    // robots.txt; the search engine's ads are not on any site.
+    EXPECT_EQ(run.leads, sorted(kAcmeLeads + kBirchwoodLeads + kCoastalLeads));
+    // Start pages reached first as start pages are never stored; the others are stored once,
+    // under the term their title names.
+    EXPECT_EQ(storedPages(home), (QMap<QString, int>{{QStringLiteral("Books"), 2},
+                                                     {QStringLiteral("Sailing"), 3},
+                                                     {QStringLiteral("Tools"), 4}}));
+    EXPECT_TRUE(run.err.contains(QStringLiteral("pages 27 ")));
+}
+
+TEST(HarvestEndToEnd, SingleUrlEndsWhenItsPagesAreDone)
+{
+    TempDataFolder home;
+    const CliRun run = harvest(home, {QStringLiteral("--demo"), QStringLiteral("--url"),
+                                      QStringLiteral("http://{{HOST}}/coastal/"),
+                                      QStringLiteral("--timeout"), QStringLiteral("1"),
+                                      QStringLiteral("--profile"), QStringLiteral("classic")});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(run.out.trimmed(), QStringLiteral("Corvane has scanned specified URL."));
+    // Coastal links on to its neighbours' start pages, whose own pages are link pages of a
+    // different host and so are not followed.
+    EXPECT_EQ(run.leads, sorted(kCoastalLeads + kBirchwoodLeads +
+                                QStringList{QStringLiteral("info@acme-demo.com"),
+                                            QStringLiteral("orders@acme-demo.com"),
+                                            QStringLiteral("trade@acme-demo.com")}));
+}
+
+TEST(HarvestEndToEnd, SearchEngineRunEndsAtThePageLimit)
+{
+    TempDataFolder home;
+    const CliRun run = harvest(home, {QStringLiteral("--demo"), QStringLiteral("--engine"),
+                                      QStringLiteral("Demo"), QStringLiteral("--keywords"),
+                                      QStringLiteral("tools"), QStringLiteral("--pages"),
+                                      QStringLiteral("15"), QStringLiteral("--no-emails")});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(run.out.trimmed(), QStringLiteral("Corvane has scanned specified number of pages."));
+    EXPECT_TRUE(run.leads.isEmpty()); // extraction excluded
+
+    TempDataFolder withLeads;
+    const CliRun leads = harvest(
+        withLeads, {QStringLiteral("--demo"), QStringLiteral("--engine"), QStringLiteral("Demo"),
+                    QStringLiteral("--keywords"), QStringLiteral("tools"),
+                    QStringLiteral("--pages"), QStringLiteral("15"),
+                    QStringLiteral("--exclude-domain"), QStringLiteral("birchwood-demo")});
+    ASSERT_EQ(leads.exitCode, 0) << leads.err.toStdString();
+    // The result page's own address is a lead too; the excluded domain gives none.
+    EXPECT_TRUE(leads.leads.contains(QStringLiteral("ads@demosearch-demo.com")));
+    for (const QString &lead : leads.leads)
+        EXPECT_FALSE(lead.contains(QStringLiteral("birchwood"))) << lead.toStdString();
+}
+
+TEST(HarvestEndToEnd, FailedPagesAreSkippedAndTheRunGoesOn)
+{
+    TempDataFolder home;
+    writeFile(home.file(QStringLiteral("urls.txt")),
+              "http://{{HOST}}/_fault/reset\nhttp://{{HOST}}/_fault/status?code=500\n"
+              "http://{{HOST}}/_fault/stall\nhttp://{{HOST}}/acme/\n");
+    const CliRun run = harvest(home, {QStringLiteral("--demo"), QStringLiteral("--urls"),
+                                      home.file(QStringLiteral("urls.txt")),
+                                      QStringLiteral("--timeout"), QStringLiteral("2")});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(run.out.trimmed(), QStringLiteral("Corvane has completed the specified search."));
+    for (const QString &lead : kAcmeLeads)
+        EXPECT_TRUE(run.leads.contains(lead)) << lead.toStdString();
+}
+
+TEST(HarvestEndToEnd, BadFlagsAreRefusedWithTheJobsMessages)
+{
+    TempDataFolder home;
+    QByteArray err;
+    EXPECT_EQ(runProgram(QStringLiteral("corvane-cli"),
+                         {QStringLiteral("--home"), home.path(), QStringLiteral("harvest"),
+                          QStringLiteral("--url"), QStringLiteral("http://127.0.0.1:9/"),
+                          QStringLiteral("--minutes"), QStringLiteral("0")},
+                         nullptr, &err),
+              2);
+    EXPECT_EQ(
+        QString::fromUtf8(err).trimmed(),
+        QStringLiteral(
+            "corvane-cli: The Search duration should be greater than zero, under settings tab."));
+    EXPECT_EQ(runProgram(QStringLiteral("corvane-cli"),
+                         {QStringLiteral("--home"), home.path(), QStringLiteral("harvest"),
+                          QStringLiteral("--url"), QStringLiteral("http://127.0.0.1:9/"),
+                          QStringLiteral("--leads"), QStringLiteral("abc")},
+                         nullptr, &err),
+              2);
+    EXPECT_EQ(QString::fromUtf8(err).trimmed(),
+              QStringLiteral("corvane-cli: Please enter numeric Leads count under settings tab."));
+    EXPECT_EQ(runProgram(QStringLiteral("corvane-cli"),
+                         {QStringLiteral("--home"), home.path(), QStringLiteral("harvest"),
+                          QStringLiteral("--engine"), QStringLiteral("Bing")},
+                         nullptr, &err),
+              2);
+    EXPECT_EQ(QString::fromUtf8(err).trimmed(),
+              QStringLiteral("corvane-cli: Please select desired keywords under keyword tab."));
+}
+
+// The probe's server goes away mid-run and comes back: the run waits with its queues as they
+// are, the resume controller's own re-test finds the connection, and the run ends normally.
+TEST(HarvestEndToEnd, LostConnectionIsWaitedOutAndTheRunResumes)
+{
+    TempDataFolder home;
+    DemoWebServer web;
+    ASSERT_TRUE(web.start());
+    QTcpServer probeServer;
+    ASSERT_TRUE(probeServer.listen(QHostAddress::LocalHost));
+    const quint16 probePort = probeServer.serverPort();
+
+    HarvestJob job;
+    job.searchType = SearchType::SingleUrl;
+    job.url = web.url(QStringLiteral("/coastal/"));
+    job.pageTimeout = QStringLiteral("1");
+    AnalysisContext context;
+    context.filters.leadLimit = 10000;
+    ExtractorAnalysis analysis(context);
+    SearchListProvider provider;
+    SearchListForCrawl searchList(provider);
+    CurlDownloader downloader;
+    ConnectionProbe probe(QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(probePort)));
+    probe.setTimeoutMs(500);
+    CrawlController crawl(job, CrawlProfile::Classic,
+                          CrawlController::Parts{&downloader, &RealTimerSource::instance(),
+                                                 &analysis, nullptr, &searchList, &probe});
+    QStringList messages;
+    QObject::connect(&crawl, &CrawlController::message,
+                     [&](const QString &text) { messages << text; });
+    int dialogs = 0;
+    qint32 pagesWhenLost = -1;
+    QObject::connect(&crawl.resume(), &ResumeController::dialogOpened, [&] {
+        ++dialogs;
+        pagesWhenLost = crawl.pageCounter();
+        // Back after a while: the 10-second re-test must find it.
+        QTimer::singleShot(3000, [&] { probeServer.listen(QHostAddress::LocalHost, probePort); });
+    });
+    QObject::connect(&crawl.resume(), &ResumeController::dialogClosed,
+                     [&] { crawl.windowActivated(); });
+    QEventLoop loop;
+    QObject::connect(&crawl, &CrawlController::finished, &loop, &QEventLoop::quit);
+    QTimer::singleShot(90000, &loop, &QEventLoop::quit);
+
+    crawl.Start();
+    // Gone right after the start page went out.
+    QTimer::singleShot(200, [&] { probeServer.close(); });
+    loop.exec();
+    if (crawl.pending() > 0) { // the last pages still arrive after the end
+        QEventLoop drain;
+        QObject::connect(&crawl, &CrawlController::allPagesBack, &drain, &QEventLoop::quit);
+        QTimer::singleShot(10000, &drain, &QEventLoop::quit);
+        drain.exec();
+    }
+
+    EXPECT_EQ(dialogs, 1);
+    EXPECT_GT(pagesWhenLost, 0);
+    EXPECT_EQ(messages, QStringList{QStringLiteral("Corvane has scanned specified URL.")});
+    EXPECT_EQ(crawl.state(), CrawlState::EndedBySingleUrl);
+    const QStringList leads = analysis.leads();
+    for (const QString &lead : kCoastalLeads)
+        EXPECT_TRUE(leads.contains(lead)) << lead.toStdString();
+}

@@ -25,7 +25,7 @@ measure() { # label, command...: prints seconds and peak RSS (KiB) of the comman
 }
 
 read -r c_secs c_kib < <(measure corvane "$cli" --home "$work/home" harvest --urls "$work/urls.txt" \
-    --profile modern --timeout 10 --pages 100000000 --leads 100000000 --out "$work/leads.csv")
+    --probe "$base/" --profile modern --timeout 10 --pages 100000000 --leads 100000000 --out "$work/leads.csv")
 c_pages=$(grep -o 'pages [0-9]*' "$work/corvane.err" | tail -1 | cut -d' ' -f2)
 c_leads=$(($(wc -l < "$work/leads.csv") - 1))
 
@@ -46,7 +46,7 @@ print("ratio corvane/wget (pages/s): %.2f" % ((cp / cs) / (wp / ws)))
 PY
 
 # Classic pacing: one step every page time-out + 1.5 s (20 s -> 21.5 s), up to 44 pages a step.
-"$cli" --home "$work/classic" harvest --urls "$work/urls.txt" --profile classic --timeout 20 \
+"$cli" --home "$work/classic" harvest --urls "$work/urls.txt" --probe "$base/" --profile classic --timeout 20 \
     --minutes 1 --out "$work/classic.csv" >/dev/null 2>"$work/classic.err" || true
 cl_pages=$(grep -o 'pages [0-9]*' "$work/classic.err" | tail -1 | cut -d' ' -f2)
 echo "corvane (classic, 20 s time-out): $cl_pages page requests in the first minute (expected at most 1 + 5 + 44 x 2 per 64.5 s of steps)"

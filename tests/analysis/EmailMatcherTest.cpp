@@ -93,11 +93,11 @@ TEST(EmailMatcher, BoundaryShapesAgreeWithTheRegexEngine)
         "a@b.c@",
         "a@b.c.d-@e.f",
         "x@y.z\nq@r.s",
-        std::string("a\0b@c.d", 7).c_str(),
     };
     for (const char *text : cases)
         expectSameAsOracle(text);
     expectSameAsOracle(std::string("a@b\0.c x\0y@z.w", 14));
+    expectSameAsOracle(std::string("a\0b@c.d", 7));
 }
 
 TEST(EmailMatcher, RandomTextAgreesWithTheRegexEngine)

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "ui/SkinnedWindow.h"
+
+class QLineEdit;
+class QPushButton;
+
+namespace corvane {
+
+class AnalysisContext;
+
+// "Import Bookmark": pick a bookmark file (a browser's HTML export or any page of links) and
+// append its web addresses to the harvest window's start URLs.
+class frmImport : public SkinnedDialog
+{
+    Q_OBJECT
+public:
+    explicit frmImport(AnalysisContext &context, QWidget *parent = nullptr);
+
+    QLineEdit *txtPath() const { return m_path; }
+    QPushButton *cmdBrowse() const { return m_browse; }
+    QPushButton *cmdImport() const { return m_import; }
+    QPushButton *cmdCancel() const { return m_cancel; }
+    // Addresses appended by the last import.
+    qsizetype imported() const { return m_imported; }
+
+public slots:
+    void cmdImport_Click();
+
+private:
+    void browse();
+
+    AnalysisContext &m_context;
+    QLineEdit *m_path;
+    QPushButton *m_browse;
+    QPushButton *m_import;
+    QPushButton *m_cancel;
+    qsizetype m_imported = 0;
+};
+
+} // namespace corvane

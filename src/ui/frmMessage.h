@@ -1,0 +1,40 @@
+#pragma once
+
+#include "ui/SkinnedWindow.h"
+
+class QLabel;
+class QPushButton;
+
+namespace corvane {
+
+class ResumeController;
+
+// "Resume Support": the question asked when the connection is lost mid-run. The dialog only
+// shows the controller's state and reports the user's choice; the controller decides, and
+// closes the dialog itself (signal dialogClosed) when the connection returns.
+class frmMessage : public SkinnedDialog
+{
+    Q_OBJECT
+public:
+    explicit frmMessage(ResumeController &controller, QWidget *parent = nullptr);
+
+    QLabel *lblTitle() const { return m_title; }
+    QLabel *lblOK() const { return m_okHint; }
+    QLabel *lblCancel() const { return m_cancelHint; }
+    QPushButton *cmdResume() const { return m_resume; }
+    QPushButton *cmdCancel() const { return m_cancel; }
+
+protected:
+    // The close button counts as Cancel: the run must not be left waiting unseen.
+    void reject() override;
+
+private:
+    ResumeController &m_controller;
+    QLabel *m_title;
+    QLabel *m_okHint;
+    QLabel *m_cancelHint;
+    QPushButton *m_resume;
+    QPushButton *m_cancel;
+};
+
+} // namespace corvane

@@ -1,5 +1,6 @@
 #include "ui/Cleanup.h"
 
+#include "engine/RunLimits.h"
 #include "ui/TempCleaner.h"
 
 #include <QLoggingCategory>

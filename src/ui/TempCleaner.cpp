@@ -98,10 +98,4 @@ QStringList TempCleaner::DeleteTempFiles() const
     return CleanAllPath(folder);
 }
 
-bool isCleanupMinute(int runMinutes)
-{
-    static constexpr int kMinutes[] = {10, 20, 30, 40, 50, 59};
-    return std::find(std::begin(kMinutes), std::end(kMinutes), runMinutes) != std::end(kMinutes);
-}
-
 } // namespace corvane

@@ -36,7 +36,4 @@ private:
     QDateTime m_now;
 };
 
-// The harvest clock's minutes at which the clean-up runs (on every tick of those minutes).
-bool isCleanupMinute(int runMinutes);
-
 } // namespace corvane

@@ -3,6 +3,7 @@
 #include "ui/TempCleaner.h"
 
 #include "common/DataFolder.h"
+#include "engine/RunLimits.h"
 
 #include <QDir>
 #include <QFile>

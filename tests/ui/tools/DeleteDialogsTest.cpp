@@ -28,17 +28,21 @@ protected:
     test::TempDataFolder home;
 };
 
-// Shows the dialog modally and presses a key once it is up.
+// Shows the dialog and answers it from the keyboard.
 std::optional<DeleteOutcome> answerWithKey(const DeleteRequest &request, Qt::Key key,
                                            Qt::KeyboardModifiers modifiers = Qt::NoModifier)
 {
-    QTimer::singleShot(0, [=] {
-        auto *dialog = qobject_cast<frmDel *>(QApplication::activeModalWidget());
-        ASSERT_NE(dialog, nullptr);
-        EXPECT_EQ(dialog->lblQuestion()->text(), request.question);
-        QTest::keyClick(dialog, key, modifiers);
-    });
-    return frmDel::ask(request, nullptr);
+    frmDel dialog(request);
+    EXPECT_EQ(dialog.lblQuestion()->text(), request.question);
+    dialog.show();
+    dialog.activateWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog));
+    QTest::keyClick(&dialog, key, modifiers);
+    // A mnemonic "animates" the button press before it clicks.
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !dialog.isVisible(); }));
+    if (dialog.result() != QDialog::Accepted)
+        return std::nullopt;
+    return dialog.outcome();
 }
 
 TEST_F(DeleteDialogsTest, YesReplacesTheLeadFileAndNoOrEscapeLeaveIt)
@@ -86,8 +90,12 @@ TEST_F(DeleteDialogsTest, KindsChangeTheirListsAndSkipFlag)
     // Declining kind 7 clears the flag; the dialog reports that to its caller.
     frmDel::setAnswerHook({});
     frmDel dialog(skip);
-    QTimer::singleShot(0, &dialog, [&] { QTest::keyClick(&dialog, Qt::Key_N, Qt::AltModifier); });
-    EXPECT_EQ(dialog.exec(), QDialog::Rejected);
+    dialog.show();
+    dialog.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+    QTest::keyClick(&dialog, Qt::Key_N, Qt::AltModifier);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !dialog.isVisible(); }));
+    EXPECT_EQ(dialog.result(), QDialog::Rejected);
     EXPECT_EQ(dialog.outcome().skipEmail, std::optional<bool>(false));
 }
 

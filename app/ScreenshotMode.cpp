@@ -1,8 +1,14 @@
 #include "ScreenshotMode.h"
 
+#include "ui/frmDel.h"
+#include "ui/frmDelMailGroup.h"
+#include "ui/frmExtractor.h"
 #include "ui/frmHelp.h"
+#include "ui/frmImportLeads.h"
 #include "ui/frmInputBox.h"
 #include "ui/frmMsgBox.h"
+#include "ui/frmPath.h"
+#include "ui/frmVerifyEmails.h"
 
 #include <QEventLoop>
 #include <QGuiApplication>
@@ -82,8 +88,11 @@ private:
 
 QStringList screenshotNames()
 {
-    return {QStringLiteral("start"),    QStringLiteral("msgbox"),          QStringLiteral("error"),
-            QStringLiteral("inputbox"), QStringLiteral("inputbox-domain"), QStringLiteral("help")};
+    return {
+        QStringLiteral("start"),      QStringLiteral("msgbox"),          QStringLiteral("error"),
+        QStringLiteral("inputbox"),   QStringLiteral("inputbox-domain"), QStringLiteral("help"),
+        QStringLiteral("delete"),     QStringLiteral("delete-group"),    QStringLiteral("path"),
+        QStringLiteral("leads-scan"), QStringLiteral("verifier"),        QStringLiteral("export")};
 }
 
 int takeScreenshot(const QString &name, const QString &outFile, QWidget *(*startWindow)())
@@ -105,6 +114,21 @@ int takeScreenshot(const QString &name, const QString &outFile, QWidget *(*start
                                                InputOperations());
     } else if (name == QLatin1String("help")) {
         window.reset(frmHelp::showHelp(help::kMainPage, help::mainWindowAnchor(3)));
+    } else if (name == QLatin1String("delete")) {
+        DeleteRequest request;
+        request.kind = static_cast<int>(DeleteRequestKind::Domains);
+        request.question = QStringLiteral("Do you wish to permanently delete selected domains");
+        window = std::make_unique<frmDel>(request);
+    } else if (name == QLatin1String("delete-group")) {
+        window = std::make_unique<frmDelMailGroup>(0);
+    } else if (name == QLatin1String("path")) {
+        window = std::make_unique<frmPath>();
+    } else if (name == QLatin1String("leads-scan")) {
+        window = std::make_unique<frmExtractor>();
+    } else if (name == QLatin1String("verifier")) {
+        window = std::make_unique<frmVerifyEmails>();
+    } else if (name == QLatin1String("export")) {
+        window = std::make_unique<frmImportLeads>();
     } else {
         QTextStream(stderr) << "corvane: unknown window " << name << " (one of "
                             << screenshotNames().join(QStringLiteral(", ")) << ")\n";

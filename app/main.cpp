@@ -8,6 +8,7 @@
 #include "common/DataFolder.h"
 #include "ui/frmExtractor.h"
 #include "ui/frmImportLeads.h"
+#include "ui/frmMain.h"
 #include "ui/frmVerifyEmails.h"
 #include "viewer/frmViewer.h"
 
@@ -35,7 +36,11 @@ QWidget *createViewer()
                              [](QWidget *) { return new frmExtractor; });
     viewer->setWindowFactory(frmViewer::Tool::VerifyEmails,
                              [](QWidget *) { return new frmVerifyEmails; });
-    // The harvest window is not part of this build yet; its button stays off until wired.
+    viewer->setWindowFactory(frmViewer::Tool::Harvest, [](QWidget *) {
+        auto *harvest = new frmMain;
+        harvest->setAttribute(Qt::WA_DeleteOnClose);
+        return harvest;
+    });
     return viewer;
 }
 

@@ -23,6 +23,23 @@ void writeErr(const QString &text)
     std::fflush(stderr);
 }
 
+QCommandLineOption profileOption()
+{
+    return QCommandLineOption(QStringLiteral("profile"),
+                              QStringLiteral("classic (default) or modern"),
+                              QStringLiteral("PROFILE"));
+}
+
+Result<CrawlProfile> chosenProfile(const QCommandLineParser &parser)
+{
+    const QString name = parser.value(QStringLiteral("profile"));
+    if (name.isEmpty() && !parser.isSet(QStringLiteral("profile")))
+        return CrawlProfile::Classic;
+    if (const auto profile = parseCrawlProfile(name))
+        return *profile;
+    return fail(QStringLiteral("--profile must be classic or modern, not \"%1\"").arg(name));
+}
+
 int usageError(const QString &message)
 {
     writeErr(QStringLiteral("corvane-cli: %1\n").arg(message));

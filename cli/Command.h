@@ -1,5 +1,10 @@
 #pragma once
 
+#include "common/CrawlProfile.h"
+#include "common/Result.h"
+
+#include <QCommandLineOption>
+#include <QCommandLineParser>
 #include <QString>
 #include <QStringList>
 
@@ -38,6 +43,11 @@ struct CommandRegistration
 int usageError(const QString &message);
 // The same prefix for failures of the work itself; returns kExitFailed.
 int failure(const QString &message);
+
+// The --profile option of the commands that follow links or query servers.
+QCommandLineOption profileOption();
+// The profile chosen with profileOption(), classic when not given; a usage message otherwise.
+Result<CrawlProfile> chosenProfile(const QCommandLineParser &parser);
 
 // Writes UTF-8 text to stdout / stderr without a trailing newline.
 void writeOut(const QString &text);

@@ -22,10 +22,7 @@ namespace {
 int runImportBookmarks(const QStringList &args)
 {
     QCommandLineParser parser;
-    const QCommandLineOption profileOption(QStringLiteral("profile"),
-                                           QStringLiteral("classic (default) or modern"),
-                                           QStringLiteral("PROFILE"));
-    parser.addOption(profileOption);
+    parser.addOption(profileOption());
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("bookmark file"));
     if (!parser.parse(QStringList{QStringLiteral("import-bookmarks")} + args))
         return usageError(parser.errorText());
@@ -34,13 +31,10 @@ int runImportBookmarks(const QStringList &args)
         return usageError(QStringLiteral("import-bookmarks needs exactly one FILE"));
 
     AnalysisContext ctx;
-    if (parser.isSet(profileOption)) {
-        const std::optional<CrawlProfile> chosen = parseCrawlProfile(parser.value(profileOption));
-        if (!chosen)
-            return usageError(QStringLiteral("--profile must be classic or modern, not \"%1\"")
-                                  .arg(parser.value(profileOption)));
-        ctx.profile = *chosen;
-    }
+    const auto profile = chosenProfile(parser);
+    if (!profile)
+        return usageError(profile.message());
+    ctx.profile = *profile;
     const QString path = positional.first();
     QFile probe(path);
     if (!QFileInfo(path).isFile() || !probe.open(QIODevice::ReadOnly))

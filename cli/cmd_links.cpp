@@ -49,13 +49,10 @@ int runLinks(const QStringList &args)
         return usageError(QStringLiteral("links needs --url PAGE_URL"));
 
     AnalysisContext context;
-    if (parser.isSet(QStringLiteral("profile"))) {
-        const auto profile = parseCrawlProfile(parser.value(QStringLiteral("profile")));
-        if (!profile)
-            return usageError(QStringLiteral("unknown profile \"%1\" (classic, modern)")
-                                  .arg(parser.value(QStringLiteral("profile"))));
-        context.profile = *profile;
-    }
+    const auto profile = chosenProfile(parser);
+    if (!profile)
+        return usageError(profile.message());
+    context.profile = *profile;
     context.filters.excludedDomains = parser.values(QStringLiteral("exclude-domain"));
 
     const auto source = PageSource::fromArguments(parser.positionalArguments());

@@ -29,11 +29,8 @@ int runVerify(const QStringList &args)
     const QCommandLineOption dnsOption(QStringLiteral("dns"),
                                        QStringLiteral("DNS server to ask (default: the system's)"),
                                        QStringLiteral("HOST[:PORT]"));
-    const QCommandLineOption profileOption(QStringLiteral("profile"),
-                                           QStringLiteral("classic (default) or modern"),
-                                           QStringLiteral("PROFILE"));
     parser.addOption(dnsOption);
-    parser.addOption(profileOption);
+    parser.addOption(profileOption());
     parser.addPositionalArgument(QStringLiteral("LEADFILE"), QStringLiteral("lead file to check"));
     if (!parser.parse(QStringList{QStringLiteral("verify")} + args))
         return usageError(parser.errorText());
@@ -41,16 +38,11 @@ int runVerify(const QStringList &args)
     if (positional.size() != 1)
         return usageError(QStringLiteral("verify needs exactly one LEADFILE"));
 
-    CrawlProfile profile = CrawlProfile::Classic;
-    if (parser.isSet(profileOption)) {
-        const std::optional<CrawlProfile> chosen = parseCrawlProfile(parser.value(profileOption));
-        if (!chosen)
-            return usageError(QStringLiteral("--profile must be classic or modern, not \"%1\"")
-                                  .arg(parser.value(profileOption)));
-        profile = *chosen;
-    }
+    const auto profile = chosenProfile(parser);
+    if (!profile)
+        return usageError(profile.message());
 
-    LeadVerifier verifier(RealTimerSource::instance(), profile);
+    LeadVerifier verifier(RealTimerSource::instance(), *profile);
     if (parser.isSet(dnsOption)) {
         const QString server = parser.value(dnsOption);
         if (!parseDnsEndpoint(server))

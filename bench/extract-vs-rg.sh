@@ -18,18 +18,7 @@ trap 'rm -rf "$work"' EXIT
 
 # Warm the page cache so both read from memory, then take the best of three runs each.
 cat "$corpus" >/dev/null
-best() {
-    local best_ns=0
-    for _ in 1 2 3; do
-        local start end
-        start=$(date +%s%N)
-        "$@"
-        end=$(date +%s%N)
-        local ns=$((end - start))
-        if [ "$best_ns" -eq 0 ] || [ "$ns" -lt "$best_ns" ]; then best_ns=$ns; fi
-    done
-    echo "$best_ns"
-}
+source bench/lib.sh
 rg_ns=$(best sh -c "rg -o '$pattern' '$corpus' > '$work/rg.txt'")
 cv_ns=$(best sh -c "'$cli' --home '$work/home' extract '$corpus' > '$work/corvane.txt'")
 

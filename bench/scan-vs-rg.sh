@@ -21,18 +21,7 @@ trap 'rm -rf "$work"' EXIT
 # Both read every file as bytes: rg with -a (binary as text) and -uuu (no ignore files,
 # hidden files too); corvane with every file type.
 find "$tree" -type f -exec cat {} + >/dev/null
-best() {
-    local best_ns=0
-    for _ in 1 2 3; do
-        local start end
-        start=$(date +%s%N)
-        "$@"
-        end=$(date +%s%N)
-        local ns=$((end - start))
-        if [ "$best_ns" -eq 0 ] || [ "$ns" -lt "$best_ns" ]; then best_ns=$ns; fi
-    done
-    echo "$best_ns"
-}
+source bench/lib.sh
 rg_ns=$(best sh -c "rg -o -a -uuu --no-filename --no-line-number '$pattern' '$tree' > '$work/rg.txt'")
 cv_ns=$(best sh -c "'$cli' --home '$work/home' scan --types '.***' '$tree' > '$work/corvane.txt'")
 

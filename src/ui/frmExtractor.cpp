@@ -1,5 +1,6 @@
 #include "ui/frmExtractor.h"
 
+#include "ui/ToolWidgets.h"
 #include "ui/frmDel.h"
 #include "ui/frmHelp.h"
 #include "ui/frmMsgBox.h"
@@ -23,14 +24,6 @@
 
 namespace corvane {
 
-QPushButton *frmExtractor::button(const char *name, const QString &caption)
-{
-    auto *b = new QPushButton(caption, this);
-    b->setObjectName(QString::fromLatin1(name));
-    b->setAutoDefault(false);
-    return b;
-}
-
 frmExtractor::frmExtractor(QWidget *parent)
     : SkinnedWindow(QStringLiteral("Images3"), tr("Leads Scan"), parent),
       m_scan(AddressFilterList::bundled()), m_optFolder(new QRadioButton(tr("Scan F&older"), this)),
@@ -38,15 +31,16 @@ frmExtractor::frmExtractor(QWidget *parent)
       m_fileTarget(new QLabel(this)), m_folderTarget(new QLabel(this)),
       m_types(new QListWidget(this)), m_newType(new QLineEdit(this)), m_emails(new QListView(this)),
       m_listCount(new QLabel(this)), m_scanCount(new QLabel(this)),
-      m_selectFile(button("cmdSelectFile", tr("Select &File..."))),
-      m_scanFile(button("cmdScanFile", tr("&Scan File"))),
-      m_selectFolder(button("cmdSelectFolder", tr("Select Fol&der..."))),
-      m_scanFolder(button("cmdScanFolder", tr("&Scan Folder"))),
-      m_stopFolder(button("cmdStopScanningFolder", tr("S&top Scanning"))),
-      m_addType(button("cmdAddExt", tr("&Add"))),
-      m_removeType(button("cmdRemoveExt", tr("&Remove"))),
-      m_removeLeads(button("cmdremoveselectedemails", tr("Remove Selected &Leads"))),
-      m_saveLeads(button("cmdsavelist", tr("Sa&ve Leads"))), m_help(button("cmdHelp", tr("&Help")))
+      m_selectFile(namedButton(this, "cmdSelectFile", tr("Select &File..."))),
+      m_scanFile(namedButton(this, "cmdScanFile", tr("&Scan File"))),
+      m_selectFolder(namedButton(this, "cmdSelectFolder", tr("Select Fol&der..."))),
+      m_scanFolder(namedButton(this, "cmdScanFolder", tr("&Scan Folder"))),
+      m_stopFolder(namedButton(this, "cmdStopScanningFolder", tr("S&top Scanning"))),
+      m_addType(namedButton(this, "cmdAddExt", tr("&Add"))),
+      m_removeType(namedButton(this, "cmdRemoveExt", tr("&Remove"))),
+      m_removeLeads(namedButton(this, "cmdremoveselectedemails", tr("Remove Selected &Leads"))),
+      m_saveLeads(namedButton(this, "cmdsavelist", tr("Sa&ve Leads"))),
+      m_help(namedButton(this, "cmdHelp", tr("&Help")))
 {
     setObjectName(QStringLiteral("frmExtractor"));
     setAttribute(Qt::WA_DeleteOnClose);

@@ -36,7 +36,6 @@ protected:
     void closeEvent(QCloseEvent *event) override;
 
 private:
-    QPushButton *button(const char *name, const QString &caption);
     void buildLayout();
     void showTypes();
     void addType();

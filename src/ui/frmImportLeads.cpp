@@ -1,5 +1,6 @@
 #include "ui/frmImportLeads.h"
 
+#include "ui/ToolWidgets.h"
 #include "ui/frmHelp.h"
 #include "ui/frmMsgBox.h"
 
@@ -16,25 +17,17 @@
 
 namespace corvane {
 
-QPushButton *frmImportLeads::button(const char *name, const QString &caption)
-{
-    auto *b = new QPushButton(caption, this);
-    b->setObjectName(QString::fromLatin1(name));
-    b->setAutoDefault(false);
-    return b;
-}
-
 frmImportLeads::frmImportLeads(QWidget *parent)
     : SkinnedWindow(QStringLiteral("Images6"), tr("Export Leads to MS Outlook"), parent),
       m_path(new QLineEdit(this)), m_email(new QListView(this)),
       m_total(new QLabel(QStringLiteral("0"), this)),
       m_optSelect(new QRadioButton(tr("Select &Category"), this)),
       m_optAdd(new QRadioButton(tr("Add &New Category"), this)), m_category(new QComboBox(this)),
-      m_newCategory(new QLineEdit(this)), m_browse(button("cmdBrowse", tr("&Browse"))),
-      m_fetch(button("cmdFetch", tr("&Extract Leads"))),
-      m_addCategory(button("cmdAddCat", tr("Add Category"))),
-      m_import(button("cmdImport", tr("E&xport Leads to Outlook"))),
-      m_help(button("cmdHelp", tr("&Help")))
+      m_newCategory(new QLineEdit(this)), m_browse(namedButton(this, "cmdBrowse", tr("&Browse"))),
+      m_fetch(namedButton(this, "cmdFetch", tr("&Extract Leads"))),
+      m_addCategory(namedButton(this, "cmdAddCat", tr("Add Category"))),
+      m_import(namedButton(this, "cmdImport", tr("E&xport Leads to Outlook"))),
+      m_help(namedButton(this, "cmdHelp", tr("&Help")))
 {
     setObjectName(QStringLiteral("frmImportLeads"));
     setAttribute(Qt::WA_DeleteOnClose);
@@ -80,14 +73,7 @@ frmImportLeads::~frmImportLeads() = default;
 void frmImportLeads::buildLayout()
 {
     auto *layout = new QVBoxLayout(this);
-    auto *file = new QHBoxLayout;
-    auto *fileLabel = new QLabel(tr("Lead &File:"), this);
-    fileLabel->setBuddy(m_path);
-    file->addWidget(fileLabel);
-    file->addWidget(m_path, 1);
-    file->addWidget(m_browse);
-    file->addWidget(m_fetch);
-    layout->addLayout(file);
+    layout->addLayout(leadFileRow(this, m_path, m_browse, m_fetch));
     layout->addWidget(m_email, 1);
     auto *total = new QHBoxLayout;
     total->addWidget(new QLabel(tr("Total Leads:"), this));

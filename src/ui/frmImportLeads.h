@@ -31,7 +31,6 @@ public:
     void setVCardChooser(Chooser choose) { m_chooseVCard = std::move(choose); }
 
 private:
-    QPushButton *button(const char *name, const QString &caption);
     void buildLayout();
     void showCategories();
     void showNewCategory(bool on);

@@ -1,6 +1,7 @@
 #include "ui/frmVerifyEmails.h"
 
 #include "common/DataFolder.h"
+#include "ui/ToolWidgets.h"
 #include "ui/frmHelp.h"
 #include "ui/frmMsgBox.h"
 
@@ -17,14 +18,6 @@
 
 namespace corvane {
 
-QPushButton *frmVerifyEmails::button(const char *name, const QString &caption)
-{
-    auto *b = new QPushButton(caption, this);
-    b->setObjectName(QString::fromLatin1(name));
-    b->setAutoDefault(false);
-    return b;
-}
-
 frmVerifyEmails::frmVerifyEmails(QWidget *parent, TimerSource &timers)
     : SkinnedWindow(QStringLiteral("Images8"), tr("Leads Verifier"), parent), m_verifier(timers),
       m_path(new QLineEdit(this)), m_dns(new QLineEdit(this)), m_email(new QListWidget(this)),
@@ -33,9 +26,11 @@ frmVerifyEmails::frmVerifyEmails(QWidget *parent, TimerSource &timers)
       m_validCount(new QLabel(QStringLiteral("0"), this)),
       m_hr(new QLabel(QStringLiteral("0"), this)), m_min(new QLabel(QStringLiteral("0"), this)),
       m_sec(new QLabel(QStringLiteral("0"), this)), m_status(new QLabel(this)),
-      m_browse(button("cmdBrowse", tr("&Browse"))), m_fetch(button("cmdFetch", tr("&Fetch"))),
-      m_verify(button("cmdVerify", tr("&Verify"))), m_stop(button("cmdStop", tr("&Stop"))),
-      m_help(button("cmdHelp", tr("&Help")))
+      m_browse(namedButton(this, "cmdBrowse", tr("&Browse"))),
+      m_fetch(namedButton(this, "cmdFetch", tr("&Fetch"))),
+      m_verify(namedButton(this, "cmdVerify", tr("&Verify"))),
+      m_stop(namedButton(this, "cmdStop", tr("&Stop"))),
+      m_help(namedButton(this, "cmdHelp", tr("&Help")))
 {
     setObjectName(QStringLiteral("frmVerifyEmails"));
     setAttribute(Qt::WA_DeleteOnClose);
@@ -117,14 +112,7 @@ frmVerifyEmails::~frmVerifyEmails()
 void frmVerifyEmails::buildLayout()
 {
     auto *layout = new QVBoxLayout(this);
-    auto *file = new QHBoxLayout;
-    auto *fileLabel = new QLabel(tr("Lead &File:"), this);
-    fileLabel->setBuddy(m_path);
-    file->addWidget(fileLabel);
-    file->addWidget(m_path, 1);
-    file->addWidget(m_browse);
-    file->addWidget(m_fetch);
-    layout->addLayout(file);
+    layout->addLayout(leadFileRow(this, m_path, m_browse, m_fetch));
     auto *dns = new QHBoxLayout;
     auto *dnsLabel = new QLabel(tr("&DNS Server:"), this);
     dnsLabel->setBuddy(m_dns);

@@ -27,7 +27,6 @@ public:
     void setFileChooser(std::function<QString()> choose) { m_chooseFile = std::move(choose); }
 
 private:
-    QPushButton *button(const char *name, const QString &caption);
     void buildLayout();
     void fetch();
     void verify();

@@ -4,6 +4,7 @@
 #include "engine/ConnectionProbe.h"
 #include "kb/KnowledgeBaseCatalogue.h"
 #include "kb/ScrambleLine.h"
+#include "ui/ToolWidgets.h"
 #include "ui/frmDel.h"
 #include "ui/frmHelp.h"
 #include "ui/frmMsgBox.h"
@@ -54,14 +55,6 @@ QString frmViewer::GetDateofCreation(const QString &filePath)
     return info.exists() ? info.lastModified().toString(QStringLiteral("MM/dd/yyyy")) : QString();
 }
 
-QPushButton *frmViewer::button(const QString &name, const QString &caption)
-{
-    auto *b = new QPushButton(caption, this);
-    b->setObjectName(name);
-    b->setAutoDefault(false);
-    return b;
-}
-
 frmViewer::frmViewer(QWidget *parent)
     : SkinnedWindow(QStringLiteral("Images1"), tr("Knowledgebase Viewer"), parent),
       m_mailList(new QComboBox(this)), m_keyword(new QComboBox(this)),
@@ -69,25 +62,26 @@ frmViewer::frmViewer(QWidget *parent)
       m_totalNum(new QLabel(QStringLiteral("0"), this)), m_data1(new QLabel(this)),
       m_data2(new QLabel(this)), m_data3(new QLabel(this)), m_createdOn(new QLabel(this)),
       m_page(new QLabel(tr("Loading Page...."), this)), m_web(new PageView(this)),
-      m_url(new QLineEdit(this)), m_browse(button(QStringLiteral("cmdBrowse"), tr("&Go"))),
-      m_back(button(QStringLiteral("cmdBack"), tr("&Back"))),
-      m_forward(button(QStringLiteral("cmdForward"), tr("F&orward"))),
-      m_stop(button(QStringLiteral("cmdStop"), tr("&Stop"))),
-      m_back1(button(QStringLiteral("cmdBack1"), tr("Back"))),
-      m_forward1(button(QStringLiteral("cmdForward1"), tr("Forward"))),
-      m_first(button(QStringLiteral("cmdFirst"), tr("&First"))),
-      m_previous(button(QStringLiteral("cmdPrevious"), tr("&Previous"))),
-      m_next(button(QStringLiteral("cmdNext"), tr("&Next"))),
-      m_last(button(QStringLiteral("cmdLast"), tr("&Last"))),
-      m_del(button(QStringLiteral("cmdDel"), tr("&Delete Page"))),
-      m_view(button(QStringLiteral("cmdView"), tr("View Original Page"))),
-      m_delKB(button(QStringLiteral("cmdDelKB"), tr("&Delete"))),
-      m_import(button(QStringLiteral("cmdImport"), tr("Export Leads to MS Outlook"))),
-      m_leadsScan(button(QStringLiteral("cmdLeadsScan"), tr("Leads Scan"))),
-      m_emailVerify(button(QStringLiteral("cmdEmailVerify"), tr("Leads Verifier"))),
-      m_engine(button(QStringLiteral("cmdZebCorvane"), tr("Corvane Engine"))),
-      m_helpFile(button(QStringLiteral("cmdHelp"), tr("&Help"))),
-      m_help(button(QStringLiteral("cmdHelp"), tr("Viewer H&elp")))
+      m_url(new QLineEdit(this)),
+      m_browse(namedButton(this, QStringLiteral("cmdBrowse"), tr("&Go"))),
+      m_back(namedButton(this, QStringLiteral("cmdBack"), tr("&Back"))),
+      m_forward(namedButton(this, QStringLiteral("cmdForward"), tr("F&orward"))),
+      m_stop(namedButton(this, QStringLiteral("cmdStop"), tr("&Stop"))),
+      m_back1(namedButton(this, QStringLiteral("cmdBack1"), tr("Back"))),
+      m_forward1(namedButton(this, QStringLiteral("cmdForward1"), tr("Forward"))),
+      m_first(namedButton(this, QStringLiteral("cmdFirst"), tr("&First"))),
+      m_previous(namedButton(this, QStringLiteral("cmdPrevious"), tr("&Previous"))),
+      m_next(namedButton(this, QStringLiteral("cmdNext"), tr("&Next"))),
+      m_last(namedButton(this, QStringLiteral("cmdLast"), tr("&Last"))),
+      m_del(namedButton(this, QStringLiteral("cmdDel"), tr("&Delete Page"))),
+      m_view(namedButton(this, QStringLiteral("cmdView"), tr("View Original Page"))),
+      m_delKB(namedButton(this, QStringLiteral("cmdDelKB"), tr("&Delete"))),
+      m_import(namedButton(this, QStringLiteral("cmdImport"), tr("Export Leads to MS Outlook"))),
+      m_leadsScan(namedButton(this, QStringLiteral("cmdLeadsScan"), tr("Leads Scan"))),
+      m_emailVerify(namedButton(this, QStringLiteral("cmdEmailVerify"), tr("Leads Verifier"))),
+      m_engine(namedButton(this, QStringLiteral("cmdZebCorvane"), tr("Corvane Engine"))),
+      m_helpFile(namedButton(this, QStringLiteral("cmdHelp"), tr("&Help"))),
+      m_help(namedButton(this, QStringLiteral("cmdHelp"), tr("Viewer H&elp")))
 {
     setObjectName(QStringLiteral("frmViewer"));
     g_openViewer = this;

@@ -53,7 +53,6 @@ public:
     PageView *webPage() const { return m_web; }
 
 private:
-    QPushButton *button(const QString &name, const QString &caption);
     void buildLayout();
     void setPageButtonsEnabled(bool on);
     void showPlaceholder();

@@ -52,20 +52,37 @@ int list()
     return kExitOk;
 }
 
-int show(const QString &name)
+struct KnowledgeBaseTerms
+{
+    KnowledgeBaseRecord base;
+    QList<KeywordFolderRecord> folders;
+};
+
+// The knowledge base of that name with its keyword folders, or why there is none.
+Result<KnowledgeBaseTerms> knowledgeBaseWithTerms(const QString &name)
 {
     Result<KnowledgeBaseRecord> base = knowledgeBaseNamed(name);
     if (!base)
-        return failure(base.message());
+        return base.error();
     Result<QList<KeywordFolderRecord>> folders =
         KnowledgeBaseCatalogue::keywordFoldersOf(base->number);
     if (!folders)
-        return failure(folders.message());
+        return folders.error();
+    return KnowledgeBaseTerms{std::move(base).value(), std::move(folders).value()};
+}
+
+int show(const QString &name)
+{
+    Result<KnowledgeBaseTerms> found = knowledgeBaseWithTerms(name);
+    if (!found)
+        return failure(found.message());
+    const KnowledgeBaseRecord &base = found->base;
+    const QList<KeywordFolderRecord> &folders = found->folders;
     QString text;
-    for (const KeywordFolderRecord &folder : *folders) {
+    for (const KeywordFolderRecord &folder : folders) {
         clsIOFile index;
         if (Result<void> opened =
-                index.OpenFile(keywordFolderOf(*base, folder.term), QStringLiteral("index.qdx"));
+                index.OpenFile(keywordFolderOf(base, folder.term), QStringLiteral("index.qdx"));
             !opened)
             return failure(opened.message());
         text +=
@@ -77,21 +94,19 @@ int show(const QString &name)
 
 int pages(const QString &name, const QString &term)
 {
-    Result<KnowledgeBaseRecord> base = knowledgeBaseNamed(name);
-    if (!base)
-        return failure(base.message());
-    Result<QList<KeywordFolderRecord>> folders =
-        KnowledgeBaseCatalogue::keywordFoldersOf(base->number);
-    if (!folders)
-        return failure(folders.message());
+    Result<KnowledgeBaseTerms> found = knowledgeBaseWithTerms(name);
+    if (!found)
+        return failure(found.message());
+    const KnowledgeBaseRecord &base = found->base;
+    const QList<KeywordFolderRecord> &folders = found->folders;
     const bool known =
-        std::any_of(folders->begin(), folders->end(),
+        std::any_of(folders.begin(), folders.end(),
                     [&](const KeywordFolderRecord &folder) { return folder.term == term; });
     if (!known)
         return failure(
             QStringLiteral("knowledge base \"%1\" has no taxonomy term \"%2\"").arg(name, term));
 
-    const QString folder = keywordFolderOf(*base, term);
+    const QString folder = keywordFolderOf(base, term);
     clsIOFile index;
     if (Result<void> opened = index.OpenFile(folder, QStringLiteral("index.qdx")); !opened)
         return failure(opened.message());

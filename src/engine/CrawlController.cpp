@@ -335,6 +335,18 @@ void CrawlController::DownloadMainPages()
     }
 }
 
+void CrawlController::SkipDomain()
+{
+    m_parts.analysis->clearLinkQueue();
+    // A stopped or ended run stays as it is: skipping must not start it again.
+    if (m_state != CrawlState::Running)
+        return;
+    m_crawlTimer->stop();
+    startCrawlTimer(); // the next tick counts from here
+    DownloadMainPages();
+    emit progress();
+}
+
 void CrawlController::DownloadPages()
 {
     const qsizetype n = m_parts.analysis->linkQueueSize();

@@ -63,6 +63,9 @@ public:
     void ProcessLinks();
     // What the harvest window does when it is activated after the resume dialog closed.
     void windowActivated();
+    // "Skip Domain": drop the link pages queued from the current site; a running crawl goes
+    // on at once with the next main pages.
+    void SkipDomain();
 
     RunMonitor &monitor() { return *m_monitor; }
     ResumeController &resume() { return *m_resume; }
@@ -114,6 +117,7 @@ private:
     bool firstPagePending() const override;
     void setFirstPagePending(bool pending) override;
     int resultCount() const override;
+    int pendingDownloads() const override { return m_pending; }
     void showMessage(const QString &text) override;
     void endRun(SourceEnd how) override;
 

@@ -22,6 +22,7 @@ public:
     virtual qsizetype linkQueueSize() const = 0;
     virtual std::optional<QString> takeMainPage() = 0;
     virtual std::optional<QString> takeLinkPage() = 0;
+    virtual void clearLinkQueue() = 0;
 
     virtual QString MakeBaseURL(const QString &url) const = 0;
     // group: the slot group (0 to 6) whose analyser takes the page.

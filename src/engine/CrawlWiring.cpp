@@ -46,6 +46,11 @@ std::optional<QString> ExtractorAnalysis::takeLinkPage()
     return m_context.lstDetails.takeFirst();
 }
 
+void ExtractorAnalysis::clearLinkQueue()
+{
+    m_context.lstDetails.clear();
+}
+
 QString ExtractorAnalysis::MakeBaseURL(const QString &url) const
 {
     return clsExtractor::MakeBaseURL(url, m_context.profile);

@@ -27,6 +27,7 @@ public:
     qsizetype linkQueueSize() const override;
     std::optional<QString> takeMainPage() override;
     std::optional<QString> takeLinkPage() override;
+    void clearLinkQueue() override;
 
     QString MakeBaseURL(const QString &url) const override;
     void FetchLinks(int group, const QString &content, const QString &base) override;

@@ -22,8 +22,12 @@ bool ResumeController::isRetestTimerActive() const
 ResumeController::StepVerdict ResumeController::connectionTested(bool connected)
 {
     if (connected) {
-        if (!m_resumeMode)
+        if (!m_resumeMode) {
+            // Online again, though an open question stays up until its own re-test or the
+            // user settles it.
+            setState(State::Online);
             return StepVerdict::Proceed;
+        }
         m_resumeMode = false;
         setState(State::Online);
         return StepVerdict::ResumeThenProceed;
@@ -34,10 +38,11 @@ ResumeController::StepVerdict ResumeController::connectionTested(bool connected)
         setState(State::OfflineWaiting);
         return StepVerdict::Skip;
     }
-    // The crawl timer keeps ticking under the open question; one question is enough.
-    if (m_state == State::OfflineAsking)
-        return StepVerdict::Skip;
     setState(State::OfflineAsking);
+    // The crawl timer keeps ticking under the open question; one question is enough.
+    if (m_dialogOpen)
+        return StepVerdict::Skip;
+    m_dialogOpen = true;
     m_retestTimer->start(RetestIntervalMs);
     emit dialogOpened();
     return StepVerdict::Skip;
@@ -45,7 +50,7 @@ ResumeController::StepVerdict ResumeController::connectionTested(bool connected)
 
 void ResumeController::chooseResumeMode()
 {
-    if (m_state != State::OfflineAsking)
+    if (!m_dialogOpen)
         return;
     m_reply = ResumeTexts::ReplyOk;
     m_resumeMode = true;
@@ -55,7 +60,7 @@ void ResumeController::chooseResumeMode()
 
 void ResumeController::cancel()
 {
-    if (m_state != State::OfflineAsking)
+    if (!m_dialogOpen)
         return;
     m_reply = ResumeTexts::ReplyOk;
     m_resumeMode = false;
@@ -69,7 +74,7 @@ ResumeController::ActivationAction ResumeController::windowActivated() const
 {
     // Nothing to bring back before the question has ever closed, while it is open, or after
     // the user ended the run with Cancel.
-    if (m_reply != ResumeTexts::ReplyOk || m_endedByCancel || m_state == State::OfflineAsking)
+    if (m_reply != ResumeTexts::ReplyOk || m_endedByCancel || m_dialogOpen)
         return ActivationAction::Nothing;
     return m_resumeMode ? ActivationAction::EnableTimersAndProcessLinks
                         : ActivationAction::EnableTimers;
@@ -93,7 +98,7 @@ void ResumeController::retest()
             return;
         self->m_retestPending = false;
         // The user may have answered while the test was under way.
-        if (!connected || self->m_state != State::OfflineAsking)
+        if (!connected || !self->m_dialogOpen)
             return;
         self->m_reply = ResumeTexts::ReplyOk;
         self->m_resumeMode = false;
@@ -106,6 +111,7 @@ void ResumeController::retest()
 
 void ResumeController::closeDialog()
 {
+    m_dialogOpen = false;
     m_retestTimer->stop();
     emit dialogClosed();
 }

@@ -33,6 +33,7 @@ inline const QString ReplyOk = QStringLiteral("ok");
 //
 //   Online          --test fails, resume mode off-->  OfflineAsking (dialogOpened)
 //   Online          --test fails, resume mode on -->  OfflineWaiting
+//   OfflineAsking   --crawl step finds connection-->  Online (the question stays open)
 //   OfflineAsking   --tmrResume finds connection-->   Online (processLinksRequested, dialogClosed)
 //   OfflineAsking   --chooseResumeMode-->             OfflineWaiting (dialogClosed)
 //   OfflineAsking   --cancel-->                       Ended (dialogClosed, stopRequested)
@@ -83,7 +84,8 @@ public:
     bool resumeMode() const { return m_resumeMode; }
     // "ok" once the dialog has closed, empty before; never cleared.
     const QString &dialogReply() const { return m_reply; }
-    bool isAsking() const { return m_state == State::OfflineAsking; }
+    // The question is open: from the failed test until it is answered or settles itself.
+    bool isAsking() const { return m_dialogOpen; }
     bool isRetestTimerActive() const;
 
 signals:
@@ -110,6 +112,7 @@ private:
     bool m_resumeMode = false;
     bool m_endedByCancel = false;
     bool m_retestPending = false;
+    bool m_dialogOpen = false;
     QString m_reply;
 };
 

@@ -67,7 +67,9 @@ void UrlListSource::step(CrawlActions &crawl)
         crawl.DownloadNextPage(*url);
         return;
     }
-    crawl.endRun(SourceEnd::UrlListDone);
+    // A burst still out may bring links back; a later step ends the run.
+    if (crawl.pendingDownloads() == 0)
+        crawl.endRun(SourceEnd::UrlListDone);
 }
 
 void SingleUrlSource::step(CrawlActions &crawl)
@@ -84,9 +86,11 @@ void SingleUrlSource::step(CrawlActions &crawl)
         crawl.countExtraPage(); // the single URL counts twice
         return;
     }
-    if (crawl.mainQueueSize() == 0 && crawl.linkQueueSize() == 0)
-        crawl.endRun(SourceEnd::SingleUrlDone);
-    else if (crawl.linkQueueSize() > 0)
+    if (crawl.mainQueueSize() == 0 && crawl.linkQueueSize() == 0) {
+        // A burst still out may bring links back; a later step ends the run.
+        if (crawl.pendingDownloads() == 0)
+            crawl.endRun(SourceEnd::SingleUrlDone);
+    } else if (crawl.linkQueueSize() > 0)
         crawl.DownloadPages();
     else
         crawl.DownloadMainPages();

@@ -59,6 +59,9 @@ public:
     virtual void setFirstPagePending(bool pending) = 0;
     virtual int resultCount() const = 0;
 
+    // Downloads started and not yet back: their links may still fill the queues.
+    virtual int pendingDownloads() const = 0;
+
     virtual void showMessage(const QString &text) = 0;
     virtual void endRun(SourceEnd how) = 0;
 };

@@ -1029,15 +1029,8 @@ void frmMain::viewLink(QListView *list)
 
 void frmMain::skipDomainOfSelectedLink()
 {
-    const QModelIndex current = lstDetails->currentIndex();
-    if (!current.isValid())
-        return;
-    const QString host = QUrl(current.data().toString()).host();
-    if (host.isEmpty())
-        return;
-    for (qsizetype row = m_context.lstDetails.count() - 1; row >= 0; --row)
-        if (QUrl(m_context.lstDetails.at(row)).host() == host)
-            m_context.lstDetails.removeAt(row);
+    m_crawl->SkipDomain();
+    refreshProgress();
 }
 
 void frmMain::refreshProgress()

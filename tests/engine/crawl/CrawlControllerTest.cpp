@@ -183,10 +183,11 @@ TEST(CrawlRun, ModernChainsTheNextBurstWhenTheLastOneHasCompleted)
     QCoreApplication::processEvents();
     EXPECT_EQ(rig.downloader.requests.size(), 100);
     EXPECT_EQ(rig.connection.checks, checksBefore + 1);
-    // Without pages in flight the tick is still the upper bound.
-    rig.downloader.requests.clear();
-    rig.downloader.waiting.clear();
+    // The list is done only once the last burst is back, and then without waiting a tick.
     rig.timers.advance(rig.crawl().crawlIntervalMs());
+    EXPECT_TRUE(rig.messages.isEmpty());
+    rig.downloader.deliverAll();
+    QCoreApplication::processEvents();
     EXPECT_EQ(rig.messages, QStringList{QString::fromLatin1(kUrlListDoneMessage)});
 }
 
@@ -272,4 +273,29 @@ TEST(CrawlConnection, CancelEndsTheRunResumably)
     EXPECT_TRUE(rig.crawl().startEnabled());
     EXPECT_TRUE(rig.crawl().saveLeadsEnabled());
     EXPECT_FALSE(rig.crawl().crawlTimerRunning());
+}
+
+TEST(CrawlRun, SkipDomainDropsTheQueuedLinkPagesAndGoesOnWithTheMainPages)
+{
+    CrawlRig rig;
+    rig.job.searchType = SearchType::UrlList;
+    rig.job.urlList = {CrawlRig::selected(QStringLiteral("http://a/"))};
+    rig.crawl().Start();
+    rig.analysis.linkQueue = {QStringLiteral("http://a/l1"), QStringLiteral("http://a/l2")};
+    rig.analysis.mainQueue = {QStringLiteral("http://b/")};
+    rig.crawl().SkipDomain();
+    EXPECT_TRUE(rig.analysis.linkQueue.isEmpty());
+    EXPECT_EQ(rig.downloader.urls(),
+              (QStringList{QStringLiteral("http://a/"), QStringLiteral("http://b/")}));
+    EXPECT_TRUE(rig.crawl().crawlTimerRunning());
+
+    // A stopped run loses the queued link pages but does not start again.
+    rig.crawl().Stop();
+    rig.analysis.linkQueue = {QStringLiteral("http://a/l3")};
+    rig.analysis.mainQueue = {QStringLiteral("http://c/")};
+    rig.crawl().SkipDomain();
+    EXPECT_TRUE(rig.analysis.linkQueue.isEmpty());
+    EXPECT_EQ(rig.downloader.requests.size(), 2);
+    EXPECT_FALSE(rig.crawl().crawlTimerRunning());
+    EXPECT_EQ(rig.crawl().state(), CrawlState::Stopped);
 }

@@ -95,6 +95,7 @@ public:
             return std::nullopt;
         return linkQueue.takeFirst();
     }
+    void clearLinkQueue() override { linkQueue.clear(); }
     QString MakeBaseURL(const QString &url) const override { return QStringLiteral("base:") + url; }
     void FetchLinks(int group, const QString &content, const QString &base) override
     {

@@ -70,10 +70,15 @@ TEST(ResumeController, ConnectionBackWithinOnePeriodClosesTheQuestionByItself)
     EXPECT_EQ(rig.resume.state(), State::OfflineAsking);
     EXPECT_EQ(rig.resume.windowActivated(), Activation::Nothing);
 
-    // Crawl steps under the open question neither ask again nor resume anything.
+    // Crawl steps under the open question neither ask again nor resume anything, but a step
+    // that finds the connection puts the run back online while the question stays up.
     EXPECT_EQ(rig.resume.connectionTested(false), Verdict::Skip);
     EXPECT_EQ(rig.resume.connectionTested(true), Verdict::Proceed);
-    EXPECT_EQ(rig.takeEvents(), QStringList{"pause"});
+    EXPECT_EQ(rig.resume.state(), State::Online);
+    EXPECT_TRUE(rig.resume.isAsking());
+    EXPECT_EQ(rig.resume.connectionTested(false), Verdict::Skip);
+    EXPECT_EQ(rig.resume.state(), State::OfflineAsking);
+    EXPECT_EQ(rig.takeEvents(), (QStringList{"pause", "pause"}));
 
     rig.timers.advance(9999);
     EXPECT_EQ(rig.probe.requests, 0);

@@ -1,6 +1,7 @@
 // Whole harvests over real HTTP on 127.0.0.1: the command line with its in-process demo web,
 // and the crawl controller with the real downloader, analysis and store.
 
+#include "HarvestRun.h"
 #include "support/TestSupport.h"
 
 #include "analysis/AnalysisContext.h"
@@ -26,56 +27,6 @@ using namespace corvane;
 using namespace corvane::test;
 
 namespace {
-
-struct CliRun
-{
-    int exitCode = -1;
-    QString out;
-    QString err;
-    QStringList leads; // sorted
-};
-
-CliRun harvest(const TempDataFolder &home, QStringList args)
-{
-    const QString leadFile = home.file(QStringLiteral("leads.csv"));
-    QFile::remove(leadFile);
-    QByteArray out;
-    QByteArray err;
-    CliRun run;
-    run.exitCode =
-        runProgram(QStringLiteral("corvane-cli"),
-                   QStringList{QStringLiteral("--home"), home.path(), QStringLiteral("harvest")} +
-                       args + QStringList{QStringLiteral("--out"), leadFile},
-                   &out, &err, {}, 120000);
-    run.out = QString::fromUtf8(out);
-    run.err = QString::fromUtf8(err);
-    if (const Result<QStringList> leads = LeadFile::read(leadFile)) {
-        run.leads = *leads;
-        run.leads.sort();
-    }
-    return run;
-}
-
-// The page files stored under each taxonomy term of the only knowledge base.
-QMap<QString, int> storedPages(const TempDataFolder &home)
-{
-    QMap<QString, int> pages;
-    const QDir root(home.file(QStringLiteral("KnowledgeBases")));
-    const QStringList bases = root.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    if (bases.size() != 1)
-        return pages;
-    const QDir base(root.filePath(bases.first()));
-    for (const QString &term : base.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
-        pages[term] =
-            int(QDir(base.filePath(term)).entryList({QStringLiteral("*.htm")}, QDir::Files).size());
-    return pages;
-}
-
-QStringList sorted(QStringList list)
-{
-    list.sort();
-    return list;
-}
 
 const QStringList kAcmeLeads = {
     QStringLiteral("info@acme-demo.com"),      QStringLiteral("jane.miller@acme-demo.com"),

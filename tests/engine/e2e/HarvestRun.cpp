@@ -1,0 +1,51 @@
+#include "HarvestRun.h"
+
+#include "common/LeadFile.h"
+
+#include <QDir>
+#include <QFile>
+
+namespace corvane::test {
+
+CliRun harvest(const TempDataFolder &home, QStringList args)
+{
+    const QString leadFile = home.file(QStringLiteral("leads.csv"));
+    QFile::remove(leadFile);
+    QByteArray out;
+    QByteArray err;
+    CliRun run;
+    run.exitCode =
+        runProgram(QStringLiteral("corvane-cli"),
+                   QStringList{QStringLiteral("--home"), home.path(), QStringLiteral("harvest")} +
+                       args + QStringList{QStringLiteral("--out"), leadFile},
+                   &out, &err, {}, 120000);
+    run.out = QString::fromUtf8(out);
+    run.err = QString::fromUtf8(err);
+    if (const Result<QStringList> leads = LeadFile::read(leadFile)) {
+        run.leads = *leads;
+        run.leads.sort();
+    }
+    return run;
+}
+
+QMap<QString, int> storedPages(const TempDataFolder &home, const QString &root)
+{
+    QMap<QString, int> pages;
+    const QDir kbRoot(root.isEmpty() ? home.file(QStringLiteral("KnowledgeBases")) : root);
+    const QStringList bases = kbRoot.entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    if (bases.size() != 1)
+        return pages;
+    const QDir base(kbRoot.filePath(bases.first()));
+    for (const QString &term : base.entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+        pages[term] =
+            int(QDir(base.filePath(term)).entryList({QStringLiteral("*.htm")}, QDir::Files).size());
+    return pages;
+}
+
+QStringList sorted(QStringList list)
+{
+    list.sort();
+    return list;
+}
+
+} // namespace corvane::test

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "support/TestSupport.h"
+
+#include <QMap>
+#include <QStringList>
+
+namespace corvane::test {
+
+// One run of `corvane-cli harvest`, its lead file read back.
+struct CliRun
+{
+    int exitCode = -1;
+    QString out;
+    QString err;
+    QStringList leads; // sorted
+};
+
+// Runs the harvest command in the data folder home with args, leads written to
+// home/leads.csv.
+CliRun harvest(const TempDataFolder &home, QStringList args);
+
+// The page files stored under each taxonomy term of the only knowledge base below root
+// (the data folder's "KnowledgeBases" when empty).
+QMap<QString, int> storedPages(const TempDataFolder &home, const QString &root = {});
+
+QStringList sorted(QStringList list);
+
+} // namespace corvane::test

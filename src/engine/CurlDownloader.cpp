@@ -140,11 +140,16 @@ private:
 
     struct Request
     {
-        QString url;
+        QString url;      // as asked for, and as delivered
+        QString location; // where a redirect has led, when it has
+        QString referer;  // the address that redirected there
+        int redirects = 0;
         int slot = 0;
         std::uint64_t generation = 0;
         Clock::time_point deadline;
         OptionsPtr options;
+
+        const QString &address() const { return location.isEmpty() ? url : location; }
     };
 
     struct Transfer
@@ -182,6 +187,7 @@ private:
     void startPages();
     bool startTransfer(Transfer *transfer, const QByteArray &url);
     void finishTransfers();
+    bool followRedirect(Transfer &done, CURL *easy, long status);
     void robotsArrived(const QString &site, const RobotsRules &rules);
     void complete(const Request &request, const QByteArray &body);
     void dropAll();
@@ -319,7 +325,7 @@ void CurlDownloader::Worker::accept(Request request)
         m_ready.push_back(std::move(request));
         return;
     }
-    const QUrl url(request.url.trimmed(), QUrl::TolerantMode);
+    const QUrl url(request.address().trimmed(), QUrl::TolerantMode);
     const QString key = siteKey(url);
     if (key.isEmpty()) {
         m_ready.push_back(std::move(request)); // curl reports the bad address
@@ -382,7 +388,7 @@ void CurlDownloader::Worker::startPages()
         Transfer *raw = transfer.get();
         m_transfers.push_back(std::move(transfer));
         ++m_runningPages;
-        startTransfer(raw, encodedUrl(raw->request.url));
+        startTransfer(raw, encodedUrl(raw->request.address()));
     }
 }
 
@@ -439,10 +445,11 @@ void CurlDownloader::Worker::configure(CURL *easy, Transfer *transfer, const QBy
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, transfer);
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 1L);
-    curl_easy_setopt(easy, CURLOPT_MAXREDIRS, static_cast<long>(std::max(0, o.maxRedirects)));
-    curl_easy_setopt(easy, CURLOPT_AUTOREFERER, 1L);
+    // Redirects are followed here, not by curl, so that each new address passes its own
+    // site's robots rules first.
+    curl_easy_setopt(easy, CURLOPT_FOLLOWLOCATION, 0L);
+    if (!transfer->request.referer.isEmpty())
+        curl_easy_setopt(easy, CURLOPT_REFERER, encodedUrl(transfer->request.referer).constData());
     curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, ""); // every encoding curl can decode
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, timeoutMs);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, timeoutMs);
@@ -510,8 +517,35 @@ void CurlDownloader::Worker::finishTransfers()
             continue;
         }
         --m_runningPages;
+        if (result == CURLE_OK && followRedirect(*done, easy, status))
+            continue;
         complete(done->request, ok ? done->body : QByteArray());
     }
+}
+
+// A 3xx answer with a location sends the page on to it, through the robots rules of the
+// site it leads to; past the redirect limit, or to anything but http(s), the page fails.
+bool CurlDownloader::Worker::followRedirect(Transfer &done, CURL *easy, long status)
+{
+    if (status < 300 || status >= 400)
+        return false;
+    char *target = nullptr;
+    curl_easy_getinfo(easy, CURLINFO_REDIRECT_URL, &target);
+    if (!target)
+        return false; // a 304 or a 3xx without a location: nothing to follow
+    const QString next = QString::fromUtf8(target);
+    const QString scheme = QUrl(next).scheme().toLower();
+    Request request = done.request;
+    if (request.redirects >= std::max(0, request.options->maxRedirects) ||
+        (scheme != QLatin1String("http") && scheme != QLatin1String("https"))) {
+        complete(request, {});
+        return true;
+    }
+    ++request.redirects;
+    request.referer = request.address();
+    request.location = next;
+    accept(std::move(request));
+    return true;
 }
 
 void CurlDownloader::Worker::robotsArrived(const QString &key, const RobotsRules &rules)
@@ -527,7 +561,7 @@ void CurlDownloader::Worker::robotsArrived(const QString &key, const RobotsRules
     for (Request &request : waiting) {
         if (request.generation < m_minGeneration)
             continue;
-        const QUrl url(request.url.trimmed(), QUrl::TolerantMode);
+        const QUrl url(request.address().trimmed(), QUrl::TolerantMode);
         if (rules.allows(robotsPath(url)))
             m_ready.push_back(std::move(request));
         else

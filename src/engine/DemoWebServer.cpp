@@ -541,7 +541,9 @@ void DemoWebServer::answerFault(Connection *c, const QString &fault, const QUrlQ
                                     : QStringLiteral("/_fault/redirect?n=%1&to=%2")
                                           .arg(n - 1)
                                           .arg(QString::fromLatin1(QUrl::toPercentEncoding(to)));
-        c->respond(302, "text/html", "moved\n", close, {"Location: " + url(next).toLatin1()});
+        // The last hop may lead to another site.
+        const QString location = next.startsWith(QLatin1String("http")) ? next : url(next);
+        c->respond(302, "text/html", "moved\n", close, {"Location: " + location.toLatin1()});
     } else if (fault == QLatin1String("hold")) {
         const int ms = static_cast<int>(std::min<qint64>(queryNumber(query, "ms", 200), 600000));
         QPointer<Connection> guard(c);

@@ -210,6 +210,25 @@ TEST_F(DownloadTest, RobotsRulesAreHonouredAndFetchedOncePerSite)
     EXPECT_EQ(d->robotsFetches(), 2);
 }
 
+TEST_F(DownloadTest, RedirectsPassTheRobotsRulesOfWhereTheyLead)
+{
+    auto d = downloader();
+    const auto redirect = [&](int hops, const QString &to) {
+        return server.url(QStringLiteral("/_fault/redirect?n=%1&to=%2")
+                              .arg(hops)
+                              .arg(QString::fromLatin1(QUrl::toPercentEncoding(to))));
+    };
+    EXPECT_TRUE(fetch(*d, redirect(1, QStringLiteral("/private/roster.htm"))).isEmpty());
+    EXPECT_EQ(d->robotsFetches(), 1);
+    // Onto another site: its own robots.txt is asked for and decides.
+    const QString other = QStringLiteral("http://localhost:%1").arg(server.port());
+    EXPECT_TRUE(fetch(*d, redirect(2, other + QStringLiteral("/private/roster.htm"))).isEmpty());
+    EXPECT_EQ(d->robotsFetches(), 2);
+    EXPECT_EQ(server.requestCount(QStringLiteral("/private/roster.htm")), 0);
+    EXPECT_FALSE(fetch(*d, redirect(2, other + QStringLiteral("/acme/"))).isEmpty());
+    EXPECT_EQ(d->robotsFetches(), 2);
+}
+
 TEST_F(DownloadTest, RobotsRulesCanBeTurnedOff)
 {
     openSettings()->setValue(QStringLiteral("Download/HonourRobots"), false);

@@ -21,6 +21,7 @@
 #include "engine/ResumeController.h"
 #include "engine/RunLimits.h"
 #include "engine/SearchListProvider.h"
+#include "engine/TempCleaner.h"
 #include "kb/Catalogues.h"
 #include "kb/PageStore.h"
 
@@ -416,6 +417,15 @@ int harvest(const QStringList &args)
                                         : QString());
     };
     QObject::connect(&crawl.monitor(), &RunMonitor::ticked, [&] { progress.show(progressText()); });
+    // The command line has no web view, so its share of the clean-up is the temporary folder.
+    QObject::connect(&crawl.monitor(), &RunMonitor::cleanupDue, [&] {
+        const QStringList problems = TempCleaner().DeleteTempFiles();
+        if (problems.isEmpty())
+            return;
+        progress.finish();
+        for (const QString &problem : problems)
+            writeErr(QStringLiteral("corvane-cli: %1\n").arg(problem));
+    });
     QObject::connect(&crawl, &CrawlController::message, [&](const QString &text) {
         progress.finish();
         writeOut(text + QLatin1Char('\n'));

@@ -1,7 +1,7 @@
 #include "ui/Cleanup.h"
 
 #include "engine/RunLimits.h"
-#include "ui/TempCleaner.h"
+#include "engine/TempCleaner.h"
 
 #include <QLoggingCategory>
 

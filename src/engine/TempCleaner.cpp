@@ -1,4 +1,4 @@
-#include "ui/TempCleaner.h"
+#include "engine/TempCleaner.h"
 
 #include "common/DataFolder.h"
 

@@ -366,7 +366,7 @@ void CrawlController::onDownloadComplete(int slot, const QString &url, const QBy
         --m_pending;
     const auto group = crawl::slotGroup(slot);
     const QString text = fromCp1252(body);
-    if (group && !text.trimmed().isEmpty()) {
+    if (group && !QStringView(text).trimmed().isEmpty()) { // a view copies no page
         m_burstHadBody = true;
         CrawlAnalysis &analysis = *m_parts.analysis;
         const bool engines = m_job.searchType == SearchType::SearchEngines;

@@ -6,7 +6,7 @@ TextListModel::TextListModel(QObject *parent) : QAbstractListModel(parent) {}
 
 int TextListModel::rowCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : int(m_rows.size());
+    return parent.isValid() ? 0 : int(m_announced);
 }
 
 QVariant TextListModel::data(const QModelIndex &index, int role) const
@@ -77,48 +77,70 @@ void TextListModel::indexRemove(const QString &text)
         m_index.erase(it);
 }
 
+void TextListModel::announceRows()
+{
+    if (m_batchDepth > 0 || m_announced == m_rows.size())
+        return;
+    beginInsertRows(QModelIndex(), int(m_announced), int(m_rows.size()) - 1);
+    m_announced = m_rows.size();
+    endInsertRows();
+}
+
+TextListModel::Batch::Batch(TextListModel &model) : m_model(model)
+{
+    ++m_model.m_batchDepth;
+}
+
+TextListModel::Batch::~Batch()
+{
+    --m_model.m_batchDepth;
+    m_model.announceRows();
+}
+
 void TextListModel::append(const QString &text, bool selected)
 {
-    const int row = int(m_rows.size());
-    beginInsertRows(QModelIndex(), row, row);
     m_rows.append(Row{text, selected});
     indexAdd(text);
-    endInsertRows();
+    announceRows();
 }
 
 void TextListModel::append(const QStringList &texts, bool selected)
 {
-    if (texts.isEmpty())
-        return;
-    const int first = int(m_rows.size());
-    beginInsertRows(QModelIndex(), first, first + int(texts.size()) - 1);
     m_rows.reserve(m_rows.size() + texts.size());
     for (const QString &text : texts) {
         m_rows.append(Row{text, selected});
         indexAdd(text);
     }
-    endInsertRows();
+    announceRows();
 }
 
 QString TextListModel::takeFirst()
 {
     if (m_rows.isEmpty())
         return {};
-    beginRemoveRows(QModelIndex(), 0, 0);
-    QString text = m_rows.takeFirst().text;
-    indexRemove(text);
-    endRemoveRows();
-    return text;
+    return takeAt(0);
 }
 
 void TextListModel::removeAt(qsizetype row)
 {
     if (row < 0 || row >= m_rows.size())
         return;
-    beginRemoveRows(QModelIndex(), int(row), int(row));
-    indexRemove(m_rows.at(row).text);
-    m_rows.removeAt(row);
-    endRemoveRows();
+    takeAt(row);
+}
+
+QString TextListModel::takeAt(qsizetype row)
+{
+    // A row still waiting for its batch goes without a word to the views.
+    const bool announced = row < m_announced;
+    if (announced)
+        beginRemoveRows(QModelIndex(), int(row), int(row));
+    QString text = row == 0 ? m_rows.takeFirst().text : m_rows.takeAt(row).text;
+    indexRemove(text);
+    if (announced) {
+        --m_announced;
+        endRemoveRows();
+    }
+    return text;
 }
 
 void TextListModel::clear()
@@ -128,6 +150,7 @@ void TextListModel::clear()
     beginResetModel();
     m_rows.clear();
     m_index.clear();
+    m_announced = 0;
     endResetModel();
 }
 
@@ -136,6 +159,8 @@ void TextListModel::setSelected(qsizetype row, bool selected)
     if (row < 0 || row >= m_rows.size() || m_rows.at(row).selected == selected)
         return;
     m_rows[row].selected = selected;
+    if (row >= m_announced)
+        return;
     const QModelIndex changed = index(int(row));
     emit dataChanged(changed, changed, {Qt::CheckStateRole});
 }

@@ -49,6 +49,22 @@ public:
     void removeAt(qsizetype row);
     void clear();
 
+    // While a batch is open, appended rows are in the list at once for everything above
+    // (count, at, contains, takeFirst) but views hear of them in one insertion when the
+    // outermost batch closes: one page's analysis may append thousands of links, and a view
+    // lays itself out again at every notice.
+    class Batch
+    {
+    public:
+        explicit Batch(TextListModel &model);
+        ~Batch();
+        Batch(const Batch &) = delete;
+        Batch &operator=(const Batch &) = delete;
+
+    private:
+        TextListModel &m_model;
+    };
+
     bool isSelected(qsizetype row) const { return m_rows.at(row).selected; }
     void setSelected(qsizetype row, bool selected);
     // Index of the first selected entry at or after `from`, or -1.
@@ -63,9 +79,14 @@ private:
 
     void indexAdd(const QString &text);
     void indexRemove(const QString &text);
+    void announceRows();
+    QString takeAt(qsizetype row);
 
     QList<Row> m_rows;
     QHash<QString, int> m_index; // text -> number of rows holding it
+    // The first m_announced rows are the ones views know of; the rest wait for the batch.
+    qsizetype m_announced = 0;
+    int m_batchDepth = 0;
 };
 
 } // namespace corvane

@@ -78,6 +78,7 @@ QString clsExtractor::FetchURLLinks(const QString &content, const QString &base)
 {
     m_ctx.baseURL = base;
     const bool baseHasAt = base.contains(QLatin1Char('@'));
+    const TextListModel::Batch batch(m_ctx.lstResult);
     forEachHrefMatch(content, [&](QStringView match, QStringView t) {
         if (containsWebScheme(match, m_ctx.profile)) {
             if (!match.contains(QLatin1Char('@')))
@@ -96,6 +97,7 @@ QString clsExtractor::FetchURLDetails(const QString &content, const QString &bas
     const QString host = hostOf(base, m_ctx.profile);
     const bool hostHasAt = host.contains(QLatin1Char('@'));
     const QStringList &excluded = m_ctx.filters.excludedDomains;
+    const TextListModel::Batch batch(m_ctx.lstDetails);
     forEachHrefMatch(content, [&](QStringView match, QStringView t) {
         if (!containsWebScheme(match, m_ctx.profile)) {
             const QString link = joinRelative(host, t);
@@ -121,6 +123,8 @@ QString clsExtractor::FetchLinks(const QString &content, const QString &base)
 {
     Q_UNUSED(base);
     m_ctx.parseMode = 1;
+    // Outside the search-engine mode the result anchors go to the URL list instead.
+    const TextListModel::Batch resultBatch(m_ctx.lstResult), urlBatch(m_ctx.lstURLList);
     SplitAnchors(m_ctx, content,
                  [this](const QString &anchor) { return ParseResultAnchor(m_ctx, anchor); });
     // The count is a 16-bit value; a queue beyond its range leaves the last count standing,
@@ -140,6 +144,7 @@ QString clsExtractor::FetchDetails(const QString &content, QString &base)
         base = base.left(slash - 1);
     const QString host = base;
     m_ctx.parseMode = 2;
+    const TextListModel::Batch batch(m_ctx.lstDetails);
     SplitAnchors(m_ctx, content, [this, &host](const QString &anchor) {
         return ParseDetailAnchor(m_ctx, host, anchor);
     });
@@ -148,6 +153,7 @@ QString clsExtractor::FetchDetails(const QString &content, QString &base)
 
 int clsExtractor::ExtractEmails(QByteArrayView text)
 {
+    const TextListModel::Batch batch(m_ctx.lstMailList);
     return corvane::ExtractEmails(text, m_ctx.filters, m_ctx.leadSet(), m_ctx.lstMailList);
 }
 

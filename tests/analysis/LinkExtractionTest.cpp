@@ -3,6 +3,8 @@
 #include "analysis/AnalysisContext.h"
 #include "analysis/clsExtractor.h"
 
+#include <QSignalSpy>
+
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -259,4 +261,30 @@ TEST(HostileLinks, HugeInputsStayBoundedAndCorrect)
     const QString endless = QStringLiteral("href=\"") + QString(8 << 20, QLatin1Char('x'));
     clsExtractor(line).FetchURLLinks(endless + endless, "http://h.com");
     EXPECT_TRUE(line.lstResult.isEmpty());
+}
+
+TEST(SeenUrls, APageReachesTheViewsInOneInsertionPerList)
+{
+    AnalysisContext ctx;
+    ctx.filters.addressFilters = AddressFilterList(QStringLiteral(".com#"));
+    clsExtractor extractor(ctx);
+    QSignalSpy results(&ctx.lstResult, &QAbstractItemModel::rowsInserted);
+    QSignalSpy details(&ctx.lstDetails, &QAbstractItemModel::rowsInserted);
+    QSignalSpy leads(&ctx.lstMailList, &QAbstractItemModel::rowsInserted);
+    QString page;
+    for (int i = 0; i < 50; ++i)
+        page += href(QStringLiteral("/p%1.html").arg(i)) + QStringLiteral("m%1@h.com ").arg(i);
+
+    extractor.FetchURLLinks(page, "http://h.com");
+    extractor.FetchURLDetails(page.replace("/p", "/q"), "http://h.com/x");
+    QString base = "http://www.h.com/x.html";
+    extractor.FetchDetails(page.replace("/q", "/r"), base);
+    EXPECT_EQ(extractor.ExtractEmails(QStringView(page)), 50);
+
+    for (const QSignalSpy *spy : {&results, &details, &leads})
+        EXPECT_EQ(spy->count(), spy == &details ? 2 : 1);
+    EXPECT_EQ(ctx.lstResult.rowCount(), 50);
+    EXPECT_EQ(ctx.lstDetails.rowCount(), 100);
+    EXPECT_EQ(ctx.lstMailList.rowCount(), 50);
+    EXPECT_EQ(ctx.lstDetails.at(99), "http://www.h.com/r49.html");
 }

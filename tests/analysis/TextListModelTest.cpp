@@ -81,3 +81,48 @@ TEST(TextListModel, LinesForScripts)
     list.append(QStringList{"a@b.com", QString::fromUtf8("http://h.com/caf\u00e9")});
     EXPECT_EQ(list.toLines(), QByteArray("a@b.com\nhttp://h.com/caf\xc3\xa9\n"));
 }
+
+TEST(TextListModel, ABatchIsAnnouncedOnceWhenItCloses)
+{
+    TextListModel list;
+    list.append("old");
+    QSignalSpy inserted(&list, &QAbstractItemModel::rowsInserted);
+    QSignalSpy removed(&list, &QAbstractItemModel::rowsRemoved);
+    QSignalSpy changed(&list, &QAbstractItemModel::dataChanged);
+    {
+        const TextListModel::Batch outer(list);
+        {
+            const TextListModel::Batch inner(list);
+            list.append("a");
+            list.append(QStringList{"b", "c"});
+        }
+        EXPECT_EQ(inserted.count(), 0) << "only the outermost batch announces";
+        // The list itself holds the rows already; views still see the announced one.
+        EXPECT_EQ(list.count(), 4);
+        EXPECT_TRUE(list.contains("b"));
+        EXPECT_EQ(list.rowCount(), 1);
+        list.setSelected(2, true); // "b", not announced yet: no notice, but the mark is kept
+        EXPECT_EQ(changed.count(), 0);
+        EXPECT_EQ(list.takeFirst(), "old");
+        EXPECT_EQ(removed.count(), 1);
+        EXPECT_EQ(list.takeFirst(), "a"); // a waiting row leaves unannounced
+        EXPECT_EQ(removed.count(), 1);
+        EXPECT_EQ(list.rowCount(), 0);
+    }
+    ASSERT_EQ(inserted.count(), 1);
+    EXPECT_EQ(inserted.at(0).at(1).toInt(), 0);
+    EXPECT_EQ(inserted.at(0).at(2).toInt(), 1);
+    EXPECT_EQ(list.rowCount(), 2);
+    EXPECT_EQ(list.data(list.index(0)).toString(), "b");
+    EXPECT_EQ(list.data(list.index(0), Qt::CheckStateRole).toInt(), int(Qt::Checked));
+    EXPECT_EQ(list.data(list.index(1), Qt::CheckStateRole).toInt(), int(Qt::Unchecked));
+
+    {
+        const TextListModel::Batch batch(list);
+        list.append("d");
+        list.clear(); // a reset takes waiting rows along
+    }
+    EXPECT_EQ(inserted.count(), 1);
+    EXPECT_EQ(list.rowCount(), 0);
+    EXPECT_TRUE(list.isEmpty());
+}

@@ -23,10 +23,20 @@ QChar cp1252ToChar(unsigned char byte)
 
 QString fromCp1252(QByteArrayView bytes)
 {
-    QString text(bytes.size(), Qt::Uninitialized);
-    QChar *out = text.data();
-    for (qsizetype i = 0; i < bytes.size(); ++i)
-        out[i] = cp1252ToChar(static_cast<unsigned char>(bytes[i]));
+    if (bytes.isEmpty())
+        return QString(0, Qt::Uninitialized); // empty, not null, whatever the view was
+    // Whole pages come through here: widening as Latin-1 is vectorised, and only the 32
+    // bytes 0x80..0x9F, rare in most pages, then need their own characters.
+    QString text = QString::fromLatin1(bytes);
+    const auto *in = reinterpret_cast<const unsigned char *>(bytes.data());
+    QChar *out = nullptr;
+    for (qsizetype i = 0; i < bytes.size(); ++i) {
+        if ((in[i] & 0xE0) != 0x80)
+            continue;
+        if (!out)
+            out = text.data();
+        out[i] = QChar(kHigh[in[i] - 0x80]);
+    }
     return text;
 }
 

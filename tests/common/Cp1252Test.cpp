@@ -9,9 +9,15 @@ TEST(Cp1252, EveryByteSurvivesARoundTrip)
     QByteArray all(256, '\0');
     for (int i = 0; i < 256; ++i)
         all[i] = static_cast<char>(i);
-    const auto back = toCp1252(fromCp1252(all));
+    const QString text = fromCp1252(all);
+    ASSERT_EQ(text.size(), 256);
+    for (int i = 0; i < 256; ++i)
+        EXPECT_EQ(text.at(i), cp1252ToChar(static_cast<unsigned char>(i))) << i;
+    const auto back = toCp1252(text);
     ASSERT_TRUE(back.has_value());
     EXPECT_EQ(*back, all);
+    EXPECT_FALSE(fromCp1252(QByteArrayView()).isNull()) << "no input is an empty text";
+    EXPECT_TRUE(fromCp1252(QByteArrayView()).isEmpty());
 }
 
 TEST(Cp1252, HighRangeMapsToTypographicCharacters)

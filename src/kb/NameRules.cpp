@@ -1,8 +1,10 @@
 #include "kb/NameRules.h"
 
+#include "common/Cp1252.h"
 #include "kb/ScrambleLine.h"
 
 #include <QRegularExpression>
+#include <QStringDecoder>
 
 namespace corvane {
 
@@ -82,16 +84,26 @@ QString siteOfAddress(const QString &address)
     return upToPath.mid(7);
 }
 
-std::optional<QString> pageTitle(const QString &html)
+std::optional<QString> pageTitle(const QByteArray &html)
 {
-    const qsizetype open = html.indexOf(QLatin1String("<TITLE>"), 0, Qt::CaseInsensitive);
+    // Only the title is decoded. The tags are ASCII, which neither encoding uses inside
+    // another character, so they stand at the same places in the bytes as in the text; a
+    // page of megabytes then costs one validating pass instead of a decoded copy.
+    const QLatin1StringView bytes(html.constData(), html.size());
+    const qsizetype open = bytes.indexOf(QLatin1StringView("<TITLE>"), 0, Qt::CaseInsensitive);
     if (open < 0)
         return std::nullopt;
     const qsizetype start = open + 7;
-    const qsizetype close = html.indexOf(QLatin1String("</TITLE>"), start, Qt::CaseInsensitive);
+    const qsizetype close =
+        bytes.indexOf(QLatin1StringView("</TITLE>"), start, Qt::CaseInsensitive);
     if (close < 0)
         return std::nullopt;
-    return html.mid(start, close - start);
+    const QByteArrayView title = QByteArrayView(html).sliced(start, close - start);
+    if (!QByteArrayView(html).isValidUtf8())
+        return fromCp1252(title);
+    // A byte-order mark is dropped at the start of a page only, never inside it.
+    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+    return utf8.decode(title);
 }
 
 } // namespace corvane

@@ -26,7 +26,8 @@ QString safeFileName(QStringView name);
 QString siteOfAddress(const QString &address);
 
 // The page title between <TITLE> and </TITLE> (letter case ignored); nothing when either
-// tag is missing.
-std::optional<QString> pageTitle(const QString &html);
+// tag is missing. Pages arrive as bytes in whatever encoding the site used: a page that is
+// UTF-8 throughout is read as UTF-8, any other as Windows-1252.
+std::optional<QString> pageTitle(const QByteArray &html);
 
 } // namespace corvane

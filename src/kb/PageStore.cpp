@@ -10,7 +10,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QStringDecoder>
 #include <QUrl>
 
 namespace corvane {
@@ -25,16 +24,6 @@ bool endsWithSeparator(const QString &path)
 QString joinPath(const QString &folder, const QString &name)
 {
     return endsWithSeparator(folder) ? folder + name : folder + QLatin1Char('/') + name;
-}
-
-// Pages arrive as bytes in whatever encoding the site used; titles are compared as text.
-QString pageText(const QByteArray &html)
-{
-    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = utf8.decode(html);
-    if (!utf8.hasError())
-        return text;
-    return fromCp1252(html);
 }
 
 // Index records must survive scrambling; an address with characters outside Windows-1252
@@ -221,8 +210,7 @@ Result<int> PageStore::SavePage(const QString &address, const QString &term, con
 Result<SaveOutcome> PageStore::SaveTaxonomy(const QString &address, const QByteArray &html)
 {
     SaveOutcome outcome;
-    const QString text = pageText(html);
-    const std::optional<QString> title = pageTitle(text);
+    const std::optional<QString> title = pageTitle(html);
     if (!title || title->isEmpty()) {
         outcome.skipped = QStringLiteral("The page has no title");
         return outcome;

@@ -3,6 +3,7 @@
 
 #include "kb/Catalogues.h"
 #include "kb/DiskSpace.h"
+#include "kb/NameRules.h"
 #include "kb/PageStore.h"
 
 #include <QDir>
@@ -189,6 +190,38 @@ TEST_F(Store, AddressOutsideTheCodePageIsIndexedPercentEncoded)
     ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("http://a.test/\u4e2d"), pageTitled("Rail")));
     EXPECT_EQ(recordTexts(kbFolder() + QStringLiteral("/Rail/index.qdx")),
               QStringList({"1##http://a.test/%E4%B8%AD"}));
+}
+
+TEST_F(Store, TitleIsReadInTheEncodingOfTheWholePage)
+{
+    PageStoreSettings settings = store.settings();
+    settings.selectedTerms = {QString::fromUtf8("Caf\u00e9")};
+    store.setSettings(settings);
+    const auto stored = [&](const char *address, const QByteArray &html) {
+        const Result<SaveOutcome> saved = store.SaveTaxonomy(QLatin1String(address), html);
+        return saved && saved->stored();
+    };
+    EXPECT_TRUE(stored("http://a.test/", pageTitled("Caf\xC3\xA9 menu")));
+    EXPECT_TRUE(stored("http://b.test/", pageTitled("Caf\xE9 menu"))) << "Windows-1252";
+    // One byte that is not UTF-8, far from the title, makes the whole page Windows-1252.
+    EXPECT_FALSE(stored("http://c.test/", pageTitled("Caf\xC3\xA9") + "<p>\x93hi\x94</p>"));
+    EXPECT_EQ(recordTexts(kbFolder() + QString::fromUtf8("/Caf\u00e9/index.qdx")),
+              QStringList({"1##http://a.test/", "2##http://b.test/"}));
+}
+
+TEST(PageTitle, FirstTitleInAnyLetterCaseDecodedLikeItsPage)
+{
+    EXPECT_EQ(pageTitle("<TiTlE>One</tItLe><title>Two</title>"), QStringLiteral("One"));
+    EXPECT_EQ(pageTitle("<title></title>"), QString());
+    EXPECT_EQ(pageTitle("<title>open"), std::nullopt);
+    EXPECT_EQ(pageTitle("no title</title>"), std::nullopt);
+    EXPECT_EQ(pageTitle("\xEF\xBB\xBF<title>\xE2\x82\xAC 5</title>"),
+              QString::fromUtf8("\u20ac 5"));
+    EXPECT_EQ(pageTitle("<title>\x80 5</title>\xFF"), QString::fromUtf8("\u20ac 5"));
+    EXPECT_EQ(pageTitle("<title>\xEF\xBB\xBFx</title>"), QString(QChar(0xFEFF)) + QLatin1Char('x'))
+        << "a byte-order mark counts only at the start of the page";
+    // Letters that only look alike in another encoding do not make a tag.
+    EXPECT_EQ(pageTitle("<t\xC3\x8Dtle>x</title>"), std::nullopt);
 }
 
 TEST(DiskSpace, WarnsAtFiveMegabytesOrLess)

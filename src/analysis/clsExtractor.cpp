@@ -10,6 +10,22 @@ using namespace link_rules;
 
 namespace {
 
+// The first HREF=" at or after `from`, letter case ignored. The search runs from "=" to "=":
+// a single character is found by the vectorised scan, and most text holds few of them,
+// where a case-blind search for the whole prefix would fold every character of a page.
+qsizetype indexOfHref(QStringView content, qsizetype from)
+{
+    constexpr QStringView name = u"href";
+    for (qsizetype equals = content.indexOf(QLatin1Char('='), from + name.size()); equals >= 0;
+         equals = content.indexOf(QLatin1Char('='), equals + 1)) {
+        if (equals + 1 < content.size() && content.at(equals + 1) == QLatin1Char('"') &&
+            content.sliced(equals - name.size(), name.size()).compare(name, Qt::CaseInsensitive) ==
+                0)
+            return equals - name.size();
+    }
+    return -1;
+}
+
 // Every match of the link pattern HREF="[^"#]+[.][^"#]+ (letter case ignored), in order.
 // A match is "HREF=\"" plus the whole run of characters up to the next quote or "#", provided
 // the run has a "." with at least one character on each side; otherwise there is no match
@@ -20,7 +36,7 @@ void forEachHrefMatch(QStringView content, Fn &&fn)
     constexpr QStringView prefix = u"href=\"";
     qsizetype from = 0;
     while (true) {
-        const qsizetype begin = content.indexOf(prefix, from, Qt::CaseInsensitive);
+        const qsizetype begin = indexOfHref(content, from);
         if (begin < 0)
             return;
         const qsizetype runStart = begin + prefix.size();

@@ -511,6 +511,12 @@ void frmMain::buildResultTab()
     progress->addStretch();
     progress->addWidget(imgDisp);
     grid->addLayout(progress, 3, 0, 1, 3);
+    // The counters change with every page. A label of fixed size asks for no new layout, so
+    // only the label repaints, not every widget of the tab around it.
+    const int counterWidth =
+        lblPages->fontMetrics().horizontalAdvance(QStringLiteral("0000000000"));
+    for (QLabel *counter : {lblPages, lblLeads, lblKBCount})
+        counter->setFixedSize(counterWidth, counter->sizeHint().height());
 
     auto *outer = new QVBoxLayout(tab);
     outer->addWidget(frame);
@@ -1046,7 +1052,8 @@ void frmMain::refreshProgress()
     lblKBCount->setText(QString::number(m_store.pageCounter()));
     const QPixmap picture(
         DataFolder::locate(QStringLiteral("Images/Img%1.gif").arg(monitor.activityImage())));
-    imgDisp->setPixmap(picture);
+    if (imgDisp->pixmap().cacheKey() != picture.cacheKey()) // the same picture needs no layout
+        imgDisp->setPixmap(picture);
     lblInet->setVisible(m_crawl->downloadingLabelVisible());
 }
 

@@ -13,6 +13,10 @@ using TestApplication = QCoreApplication;
 
 int main(int argc, char **argv)
 {
+    // ctest lists the cases by running the binary before any test environment applies, and a
+    // plain `ctest` has no display: tests never need one.
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     testing::InitGoogleTest(&argc, argv);
     TestApplication app(argc, argv);
     return RUN_ALL_TESTS();

@@ -192,6 +192,10 @@ void CrawlController::ProcessLinks()
 
 void CrawlController::windowActivated()
 {
+    // The answer to the connection question is kept, so every activation would bring the
+    // timers back; only a run that is still under way may be woken, never a stopped or ended one.
+    if (m_state != CrawlState::Running && m_state != CrawlState::WaitingForConnection)
+        return;
     switch (m_resume->windowActivated()) {
     case ResumeController::ActivationAction::Nothing:
         return;
@@ -404,7 +408,9 @@ void CrawlController::onDownloadComplete(int slot, const QString &url, const QBy
 
 void CrawlController::chainNextBurst()
 {
-    if (m_chainQueued || m_state != CrawlState::Running || !m_crawlTimer->isActive())
+    // A run waiting for its connection chains too: the step's own test then finds out
+    // whether it is back, rather than the next tick long after.
+    if (m_chainQueued || !isRunning() || !m_crawlTimer->isActive())
         return;
     m_chainQueued = true;
     // Queued, so the step runs after this arrival's handler has returned.
@@ -412,11 +418,11 @@ void CrawlController::chainNextBurst()
         this,
         [this] {
             m_chainQueued = false;
-            if (m_state != CrawlState::Running || !m_crawlTimer->isActive() || m_pending > 0)
+            if (!isRunning() || !m_crawlTimer->isActive() || m_pending > 0)
                 return;
             // The tick stays the upper bound, counted from this burst.
             m_crawlTimer->start(crawl::crawlTickMs(m_pageTimeoutMs));
-            const bool provenOnline = m_burstHadBody;
+            const bool provenOnline = m_burstHadBody && m_state == CrawlState::Running;
             m_burstHadBody = false;
             if (provenOnline)
                 chainedStep();

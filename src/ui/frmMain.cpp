@@ -9,11 +9,14 @@
 #include "engine/RunLimits.h"
 #include "kb/Deletion.h"
 #include "ui/Cleanup.h"
+#include "ui/frmDel.h"
+#include "ui/frmDelMailGroup.h"
 #include "ui/frmHelp.h"
 #include "ui/frmImport.h"
 #include "ui/frmInputBox.h"
 #include "ui/frmMessage.h"
 #include "ui/frmMsgBox.h"
+#include "ui/frmPath.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -33,15 +36,6 @@
 #include <QRadioButton>
 #include <QTabWidget>
 #include <QVBoxLayout>
-
-#if __has_include("ui/frmDel.h")
-#include "ui/frmDel.h"
-#define CORVANE_HAVE_FRMDEL 1
-#endif
-#if __has_include("ui/frmPath.h")
-#include "ui/frmPath.h"
-#define CORVANE_HAVE_FRMPATH 1
-#endif
 
 namespace corvane {
 
@@ -89,21 +83,6 @@ QLabel *label(const QString &text, QWidget *parent, const char *name = nullptr)
 
 const char *const kTabPictures[] = {"Search", "Keyword", "Settings", "filters", "Result"};
 const char *const kHelpAnchors[] = {"#search", "#Setting", "#keyword", "#filter", "#result"};
-
-// The confirmation dialog of the other list editors, when it is part of this build; without
-// it the user is asked through a plain yes/no of our own dialogs' look.
-std::optional<DeleteOutcome> confirm(const DeleteRequest &request, QWidget *parent)
-{
-#ifdef CORVANE_HAVE_FRMDEL
-    return frmDel::ask(request, parent);
-#else
-    Q_UNUSED(parent);
-    Result<DeleteOutcome> done = confirmDelete(request);
-    if (!done)
-        return std::nullopt;
-    return *done;
-#endif
-}
 
 } // namespace
 
@@ -762,31 +741,27 @@ void frmMain::chkEmail_Click()
     DeleteRequest request;
     request.kind = int(DeleteRequestKind::SkipEmailExtraction);
     request.question = tr("Do you really wish to skip Email-ID extraction?");
-    const std::optional<DeleteOutcome> outcome = confirm(request, this);
+    const std::optional<DeleteOutcome> outcome = frmDel::ask(request, this);
     const bool skip = outcome && outcome->skipEmail.value_or(chkEmail->isChecked());
     chkEmail->setChecked(skip && chkEmail->isChecked());
 }
 
 void frmMain::cmdBrowse_Click()
 {
-#ifdef CORVANE_HAVE_FRMPATH
     const QString folder = frmPath::choose(txtPath->text(), this);
-#else
-    const QString folder =
-        QFileDialog::getExistingDirectory(this, tr("Knowledge base folder"), txtPath->text());
-#endif
     if (!folder.isEmpty())
         txtPath->setText(QDir::toNativeSeparators(folder));
 }
 
 void frmMain::cmdDelGroup_Click()
 {
-    // The mail-group deletion dialog belongs to the viewer's tools; reload afterwards so the
-    // list shows what is left.
     if (cmbSearchList->count() == 0)
         return;
-    showMessage(this, tr("Knowledge bases and their mail groups are deleted from the viewer."));
-    optSearch_Click(1);
+    frmDelMailGroup dialog(cmbSearchList->currentData().toInt(), this);
+    dialog.exec();
+    // A mail group deleted there takes its keywords with it: show what is left.
+    if (dialog.changed())
+        optSearch_Click(1);
 }
 
 void frmMain::addEntry(QListWidget *list, const QString &text)
@@ -807,7 +782,7 @@ void frmMain::deleteEntries(int kind, const QString &question, QListWidget *list
     for (int i = 0; i < list->count(); ++i)
         request.list.append({list->item(i)->text(), list->item(i)->data(Qt::UserRole).toInt(),
                              list->item(i)->isSelected()});
-    const std::optional<DeleteOutcome> outcome = confirm(request, this);
+    const std::optional<DeleteOutcome> outcome = frmDel::ask(request, this);
     if (!outcome)
         return;
     list->clear();
@@ -825,7 +800,7 @@ void frmMain::deleteUrls()
     for (qsizetype row = 0; row < m_context.lstURLList.count(); ++row)
         request.list.append(
             {m_context.lstURLList.at(row), qint32(row), m_context.lstURLList.isSelected(row)});
-    const std::optional<DeleteOutcome> outcome = confirm(request, this);
+    const std::optional<DeleteOutcome> outcome = frmDel::ask(request, this);
     if (!outcome)
         return;
     m_context.lstURLList.clear();
@@ -844,7 +819,7 @@ void frmMain::deleteKeywords()
                              lstKeyword->item(i)->isSelected()});
     for (const CatalogueEntry &entry : m_keywords.allKeywords())
         request.allKeywords.append({entry.text, entry.number, false});
-    const std::optional<DeleteOutcome> outcome = confirm(request, this);
+    const std::optional<DeleteOutcome> outcome = frmDel::ask(request, this);
     if (outcome)
         loadGroupKeywords();
 }
@@ -1074,6 +1049,14 @@ void frmMain::openResumeDialog()
     m_resumeDialog = new frmMessage(m_crawl->resume(), this);
     m_resumeDialog->setAttribute(Qt::WA_DeleteOnClose);
     m_resumeDialog->open();
+}
+
+void frmMain::changeEvent(QEvent *event)
+{
+    // Coming back to the window after the connection question re-arms the run's timers.
+    if (event->type() == QEvent::ActivationChange && isActiveWindow())
+        m_crawl->windowActivated();
+    SkinnedWindow::changeEvent(event);
 }
 
 void frmMain::closeEvent(QCloseEvent *event)

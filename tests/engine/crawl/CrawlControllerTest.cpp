@@ -238,6 +238,12 @@ TEST(CrawlConnection, LossStopsTheClockAsksOnceAndTheReturnResumesWithTheQueues)
     EXPECT_EQ(rig.crawl().state(), CrawlState::Running);
     EXPECT_TRUE(rig.crawl().monitor().isActive());
     EXPECT_EQ(rig.downloader.requests.size(), 50);
+
+    // The answer stays "ok", but coming back to the window never wakes a stopped run.
+    rig.crawl().Stop();
+    rig.crawl().windowActivated();
+    EXPECT_FALSE(rig.crawl().monitor().isActive());
+    EXPECT_FALSE(rig.crawl().crawlTimerRunning());
 }
 
 TEST(CrawlConnection, ResumeModeWaitsSilentlyAndTheFirstStepOnlineResumes)
@@ -260,6 +266,31 @@ TEST(CrawlConnection, ResumeModeWaitsSilentlyAndTheFirstStepOnlineResumes)
     EXPECT_EQ(rig.downloader.requests.size(), 100);
     EXPECT_FALSE(rig.crawl().resume().resumeMode());
     EXPECT_TRUE(rig.crawl().monitor().isActive());
+}
+
+TEST(CrawlConnection, ModernGoesOnAfterTheResumedBurstWithoutWaitingForATick)
+{
+    CrawlRig rig;
+    rig.profile = CrawlProfile::Modern;
+    rig.job.searchType = SearchType::UrlList;
+    for (int i = 0; i < 100; ++i)
+        rig.analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
+    rig.crawl().Start();
+    rig.connection.online = false;
+    rig.downloader.deliverAll();
+    QCoreApplication::processEvents(); // the chained step finds the connection gone
+    ASSERT_EQ(rig.dialogs, 1);
+    ASSERT_EQ(rig.crawl().state(), CrawlState::WaitingForConnection);
+
+    rig.crawl().resume().chooseResumeMode();
+    rig.connection.online = true;
+    rig.crawl().windowActivated();
+    EXPECT_EQ(rig.downloader.requests.size(), 88);
+    rig.downloader.deliverAll();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(rig.downloader.requests.size(), 100);
+    EXPECT_EQ(rig.crawl().state(), CrawlState::Running);
+    EXPECT_FALSE(rig.crawl().resume().resumeMode());
 }
 
 TEST(CrawlConnection, CancelEndsTheRunResumably)

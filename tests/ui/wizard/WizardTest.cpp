@@ -1,4 +1,6 @@
+#include "kb/Catalogues.h"
 #include "support/TestSupport.h"
+#include "ui/frmDelMailGroup.h"
 #include "ui/frmInputBox.h"
 #include "ui/frmMain.h"
 #include "ui/frmMsgBox.h"
@@ -12,6 +14,7 @@
 #include <QRadioButton>
 #include <QTabWidget>
 #include <QTest>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -157,4 +160,30 @@ TEST_F(WizardTest, AddKeywordForANewMailGroupNeedsItsName)
     setInputHook({});
     EXPECT_EQ(messages.messages().last(), QStringLiteral("Please enter Mail Group name"));
     EXPECT_FALSE(asked);
+}
+
+TEST_F(WizardTest, DeleteMailGroupOpensOnTheSelectedGroupAndReloadsTheList)
+{
+    MailGroupCatalogue groups;
+    ASSERT_TRUE(groups.LoadMailGroups());
+    ASSERT_TRUE(groups.AddMailGroup(QStringLiteral("birds")));
+    ASSERT_TRUE(groups.AddMailGroup(QStringLiteral("fish")));
+    QTest::mouseClick(child<QRadioButton>("optSearch1"), Qt::LeftButton);
+    QComboBox *list = child<QComboBox>("cmbSearchList");
+    ASSERT_EQ(list->count(), 2);
+    list->setCurrentIndex(1);
+
+    // "fish" has no knowledge base, so Delete removes the group at once.
+    QString preselected;
+    QTimer::singleShot(0, [&] {
+        auto *dialog = window.findChild<frmDelMailGroup *>();
+        ASSERT_NE(dialog, nullptr);
+        preselected = dialog->cmbMailGroup()->currentText();
+        QTest::mouseClick(dialog->cmdDel(), Qt::LeftButton);
+        dialog->reject();
+    });
+    click("cmdDelGroup");
+    EXPECT_EQ(preselected, QStringLiteral("fish"));
+    ASSERT_EQ(list->count(), 1);
+    EXPECT_EQ(list->currentText(), QStringLiteral("birds"));
 }

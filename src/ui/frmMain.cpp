@@ -34,6 +34,7 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -117,6 +118,9 @@ frmMain::frmMain(const Options &options, QWidget *parent)
         setTabPicture(tab, 2);
         m_previousTab = tab;
     });
+    // The strip shows the current tab's highlighted picture only until the mouse moves over it.
+    stabEmailExt->tabBar()->setMouseTracking(true);
+    stabEmailExt->tabBar()->installEventFilter(this);
 
     connect(m_crawl.get(), &CrawlController::message, this,
             [this](const QString &text) { showMessage(this, text); });
@@ -516,10 +520,18 @@ QWidget *frmMain::helpButton(int index)
     return help;
 }
 
+bool frmMain::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == stabEmailExt->tabBar() && event->type() == QEvent::MouseMove)
+        setTabPicture(stabEmailExt->currentIndex(), 1);
+    return SkinnedWindow::eventFilter(watched, event);
+}
+
 void frmMain::setTabPicture(int tab, int picture)
 {
-    if (tab < 0 || tab >= 5)
+    if (tab < 0 || tab >= 5 || m_tabPictures[tab] == picture)
         return;
+    m_tabPictures[tab] = picture;
     const QString path = DataFolder::locate(
         QStringLiteral("Images/%1%2.gif").arg(QLatin1String(kTabPictures[tab])).arg(picture));
     stabEmailExt->setTabIcon(tab, QIcon(path));

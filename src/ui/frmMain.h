@@ -59,6 +59,8 @@ public:
     // never been opened).
     QString appliedProxyType() const { return m_appliedProxyType; }
     QStringList leads() const;
+    // The picture a tab shows: 1, or 2 for the tab just chosen.
+    int tabPicture(int tab) const { return tab >= 0 && tab < 5 ? m_tabPictures[tab] : 0; }
 
     // Save Leads asks for a file name here (a file dialog by default); tests answer it.
     using FileChooser = std::function<QString(QWidget *parent)>;
@@ -82,6 +84,7 @@ public slots:
 protected:
     void closeEvent(QCloseEvent *event) override;
     void changeEvent(QEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void buildSearchTab();
@@ -138,6 +141,7 @@ private:
     QString m_appliedProxyType;
     bool m_proxyOpened = false;
     int m_previousTab = 0;
+    int m_tabPictures[5] = {}; // 1 or 2 per tab, as shown
 
     // Controls, named as the object names say.
     QTabWidget *stabEmailExt = nullptr;

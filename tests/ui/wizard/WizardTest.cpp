@@ -10,8 +10,10 @@
 #include <QGroupBox>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMouseEvent>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QTest>
 #include <QTimer>
@@ -186,4 +188,20 @@ TEST_F(WizardTest, DeleteMailGroupOpensOnTheSelectedGroupAndReloadsTheList)
     EXPECT_EQ(preselected, QStringLiteral("fish"));
     ASSERT_EQ(list->count(), 1);
     EXPECT_EQ(list->currentText(), QStringLiteral("birds"));
+}
+
+TEST_F(WizardTest, ChosenTabShowsItsSecondPictureUntilTheMouseMovesOverTheStrip)
+{
+    EXPECT_EQ(window.tabPicture(0), 2);
+    EXPECT_EQ(window.tabPicture(2), 1);
+    QTabWidget *tabs = child<QTabWidget>("stabEmailExt");
+    tabs->setCurrentIndex(2);
+    EXPECT_EQ(window.tabPicture(0), 1);
+    EXPECT_EQ(window.tabPicture(2), 2);
+    QMouseEvent move(QEvent::MouseMove, QPointF(tabs->tabBar()->tabRect(1).center()),
+                     QPointF(tabs->tabBar()->mapToGlobal(tabs->tabBar()->tabRect(1).center())),
+                     Qt::NoButton, Qt::NoButton, Qt::NoModifier);
+    QCoreApplication::sendEvent(tabs->tabBar(), &move);
+    EXPECT_EQ(window.tabPicture(2), 1);
+    EXPECT_EQ(tabs->currentIndex(), 2);
 }

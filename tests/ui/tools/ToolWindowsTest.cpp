@@ -1,5 +1,6 @@
 #include "support/TestSupport.h"
 
+#include "DnsmasqServer.h"
 #include "common/DataFolder.h"
 #include "common/LeadFile.h"
 #include "common/TimerSource.h"
@@ -175,6 +176,40 @@ TEST_F(ToolWindowsTest, VerifierFetchesAndRefusesAnEmptyRun)
     click(window, "cmdFetch");
     EXPECT_EQ(child<QLabel>(window, "lblTotLeads")->text(), QStringLiteral("2"));
     EXPECT_EQ(child<QListWidget>(window, "lstEmail")->count(), 2);
+}
+
+TEST_F(ToolWindowsTest, VerifierKeepsTheLeadsWhoseDomainHasAMailExchanger)
+{
+    test::DnsmasqServer dns;
+    QString error;
+    if (!dns.start({{QStringLiteral("good.test"), QStringLiteral("mx.good.test"), 10}}, &error))
+        GTEST_SKIP() << "dnsmasq: " << error.toStdString();
+    const QString leads = home.file(QStringLiteral("in.csv"));
+    ASSERT_TRUE(
+        LeadFile::write(leads, {QStringLiteral("ann@good.test"), QStringLiteral("bob@none.test"),
+                                QStringLiteral("cy@GOOD.test")}));
+    MessageCapture messages;
+    frmVerifyEmails window;
+    window.setFileChooser([&] { return leads; });
+    click(window, "cmdBrowse");
+    click(window, "cmdFetch");
+    child<QLineEdit>(window, "txtDNS")->setText(dns.endpoint());
+
+    click(window, "cmdVerify");
+    EXPECT_TRUE(child<QPushButton>(window, "cmdStop")->isEnabled());
+    EXPECT_FALSE(child<QPushButton>(window, "cmdFetch")->isEnabled());
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return child<QLabel>(window, "lblStatus")->isVisibleTo(&window); }, 60000));
+    EXPECT_TRUE(messages.messages().isEmpty()) << messages.messages().join('|').toStdString();
+    EXPECT_FALSE(child<QPushButton>(window, "cmdStop")->isEnabled());
+    EXPECT_TRUE(child<QPushButton>(window, "cmdVerify")->isEnabled());
+    EXPECT_EQ(child<QListWidget>(window, "lstEmail")->count(), 0);
+    QStringList valid;
+    for (int row = 0; row < child<QListWidget>(window, "lstValid")->count(); ++row)
+        valid << child<QListWidget>(window, "lstValid")->item(row)->text();
+    EXPECT_EQ(valid,
+              (QStringList{QStringLiteral("ann@good.test"), QStringLiteral("cy@GOOD.test")}));
+    EXPECT_EQ(child<QLabel>(window, "lblVLeads")->text(), QStringLiteral("2"));
 }
 
 } // namespace

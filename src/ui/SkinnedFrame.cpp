@@ -309,6 +309,12 @@ void SkinnedFrame::layoutFrame()
     m_captionLabel->setGeometry(labelX, twipsToPixels(m_captionTop),
                                 std::max(0, labelRight - labelX),
                                 m_captionLabel->sizeHint().height());
+    // Never so narrow that the buttons cover the caption text.
+    const int buttonsSpan = width - (labelRight + kCaptionLabelGap);
+    const int captionNeeds =
+        labelX + m_captionLabel->sizeHint().width() + kCaptionLabelGap + buttonsSpan;
+    if (!m_captionLabel->text().isEmpty() && m_window->minimumWidth() < captionNeeds)
+        m_window->setMinimumWidth(captionNeeds);
 
     for (QWidget *part : frameParts())
         part->raise();

@@ -8,9 +8,11 @@
 namespace corvane {
 
 // A frameless top-level window dressed with the skin. Give it a layout as usual; the frame
-// keeps it inside the caption and borders.
+// keeps it inside the caption and borders. The caption text is for windows that share a
+// caption picture; a window with a picture of its own leaves it empty, as the picture
+// carries its title.
 //
-//   auto *w = new SkinnedWindow(QStringLiteral("Images8"), tr("Leads Verifier"));
+//   auto *w = new SkinnedWindow(QStringLiteral("Images3"), tr("Leads Scan"));
 //   auto *layout = new QVBoxLayout(w);
 class SkinnedWindow : public QWidget
 {

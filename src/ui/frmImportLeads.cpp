@@ -18,9 +18,8 @@
 namespace corvane {
 
 frmImportLeads::frmImportLeads(QWidget *parent)
-    : SkinnedWindow(QStringLiteral("Images6"), tr("Export Leads to MS Outlook"), parent),
-      m_path(new QLineEdit(this)), m_email(new QListView(this)),
-      m_total(new QLabel(QStringLiteral("0"), this)),
+    : SkinnedWindow(QStringLiteral("Images6"), QString(), parent), m_path(new QLineEdit(this)),
+      m_email(new QListView(this)), m_total(new QLabel(QStringLiteral("0"), this)),
       m_optSelect(new QRadioButton(tr("Select &Category"), this)),
       m_optAdd(new QRadioButton(tr("Add &New Category"), this)), m_category(new QComboBox(this)),
       m_newCategory(new QLineEdit(this)), m_browse(namedButton(this, "cmdBrowse", tr("&Browse"))),
@@ -30,6 +29,7 @@ frmImportLeads::frmImportLeads(QWidget *parent)
       m_help(namedButton(this, "cmdHelp", tr("&Help")))
 {
     setObjectName(QStringLiteral("frmImportLeads"));
+    setWindowTitle(tr("Export Leads to MS Outlook"));
     setAttribute(Qt::WA_DeleteOnClose);
     m_path->setObjectName(QStringLiteral("txtPath"));
     m_email->setObjectName(QStringLiteral("lstEmail"));

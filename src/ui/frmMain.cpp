@@ -32,8 +32,10 @@
 #include <QListView>
 #include <QListWidget>
 #include <QMenu>
+#include <QPixmap>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QStyledItemDelegate>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
@@ -67,11 +69,24 @@ QComboBox *combo(QWidget *parent, const char *name, const QStringList &choices, 
     auto *box = named(new QComboBox(parent), name);
     box->setEditable(editable);
     box->addItems(choices);
+    // Room for the longest limit a user types, not only for the longest choice.
+    box->setMinimumContentsLength(8);
+    box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     if (editable)
         box->setEditText(text);
     else
         box->setCurrentIndex(qMax(0, choices.indexOf(text)));
     return box;
+}
+
+// Buttons stacked beside a list, at its top.
+QVBoxLayout *buttonColumn(std::initializer_list<QPushButton *> buttons)
+{
+    auto *column = new QVBoxLayout;
+    for (QPushButton *b : buttons)
+        column->addWidget(b);
+    column->addStretch();
+    return column;
 }
 
 QLabel *label(const QString &text, QWidget *parent, const char *name = nullptr)
@@ -82,6 +97,20 @@ QLabel *label(const QString &text, QWidget *parent, const char *name = nullptr)
     return l;
 }
 
+// An engine's entry holds its name, a run of blanks and "$" with the address, and the
+// address is read back from it; the list shows the name only, however wide it is.
+class EngineNameDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    QString displayText(const QVariant &value, const QLocale &locale) const override
+    {
+        const QString text = QStyledItemDelegate::displayText(value, locale);
+        const qsizetype dollar = text.indexOf(QLatin1Char('$'));
+        return dollar < 0 ? text : text.left(dollar).trimmed();
+    }
+};
+
 const char *const kTabPictures[] = {"Search", "Keyword", "Settings", "filters", "Result"};
 const char *const kHelpAnchors[] = {"#search", "#Setting", "#keyword", "#filter", "#result"};
 
@@ -90,7 +119,7 @@ const char *const kHelpAnchors[] = {"#search", "#Setting", "#keyword", "#filter"
 frmMain::frmMain(QWidget *parent) : frmMain(Options{}, parent) {}
 
 frmMain::frmMain(const Options &options, QWidget *parent)
-    : SkinnedWindow(QStringLiteral("Images2"), tr("Corvane"), parent), m_options(options),
+    : SkinnedWindow(QStringLiteral("Images2"), QString(), parent), m_options(options),
       m_downloader(std::make_unique<CurlDownloader>()),
       m_probe(std::make_unique<ConnectionProbe>(options.probeAddress.isEmpty()
                                                     ? ConnectionProbe::configuredAddress()
@@ -113,6 +142,10 @@ frmMain::frmMain(const Options &options, QWidget *parent)
     buildFiltersTab();
     buildResultTab();
 
+    for (int tab = 0; tab < stabEmailExt->count(); ++tab)
+        stabEmailExt->tabBar()->setAccessibleTabName(tab, stabEmailExt->tabText(tab));
+    stabEmailExt->tabBar()->setStyleSheet(
+        QStringLiteral("QTabBar::tab { border: none; padding: 0px; margin: 0px 2px 0px 0px; }"));
     connect(stabEmailExt, &QTabWidget::currentChanged, this, [this](int tab) {
         setTabPicture(m_previousTab, 1);
         setTabPicture(tab, 2);
@@ -137,6 +170,7 @@ frmMain::frmMain(const Options &options, QWidget *parent)
     connect(&m_crawl->resume(), &ResumeController::dialogClosed, this,
             [this] { m_crawl->windowActivated(); });
 
+    resize(860, 640); // fits a 1366x768 screen; the lists take any height it is given
     Form_Load();
 }
 
@@ -165,6 +199,7 @@ void frmMain::buildSearchTab()
     grid->addWidget(frame, 0, 0, 1, 3);
 
     lstEngines = multiList(tab, "lstEngines");
+    lstEngines->setItemDelegate(new EngineNameDelegate(lstEngines));
     cmdSelect = button(tab, tr("&Select All"), "cmdSelect");
     cmdClear = button(tab, tr("Clear All"), "cmdClear");
     grid->addWidget(lstEngines, 1, 0, 3, 2);
@@ -239,9 +274,9 @@ void frmMain::buildKeywordTab()
     lstKeyword = multiList(fraKeywords, "lstKeyword");
     cmdAddKey = button(fraKeywords, tr("Add Keyword"), "cmdAddKey");
     cmdRemoveKey = button(fraKeywords, tr("Delete"), "cmdRemoveKey");
-    grid->addWidget(lstKeyword, 3, 0, 2, 2);
-    grid->addWidget(cmdAddKey, 3, 2);
-    grid->addWidget(cmdRemoveKey, 4, 2);
+    grid->addWidget(lstKeyword, 3, 0, 1, 2);
+    grid->addLayout(buttonColumn({cmdAddKey, cmdRemoveKey}), 3, 2);
+    grid->setRowStretch(3, 1);
     connect(cmdAddKey, &QPushButton::clicked, this, &frmMain::cmdAddKey_Click);
     connect(cmdRemoveKey, &QPushButton::clicked, this, &frmMain::deleteKeywords);
     outer->addWidget(fraKeywords);
@@ -322,9 +357,9 @@ void frmMain::buildSettingsTab()
     dg->addWidget(chkFavorites, 1, 0);
     dg->addWidget(chkEmail, 1, 1);
     dg->addWidget(label(tr("Knowledge Taxonomy"), def), 2, 0);
-    dg->addWidget(lstTaxonomy, 3, 0, 2, 2);
-    dg->addWidget(cmdAddTax, 3, 2);
-    dg->addWidget(cmdDelTax, 4, 2);
+    dg->addWidget(lstTaxonomy, 3, 0, 1, 2);
+    dg->addLayout(buttonColumn({cmdAddTax, cmdDelTax}), 3, 2);
+    dg->setRowStretch(3, 1); // the taxonomy list takes the height to spare
     outer->addWidget(def, 1, 0, 1, 2);
     connect(chkKB, &QCheckBox::clicked, this, &frmMain::chkKB_Click);
     connect(chkEmail, &QCheckBox::clicked, this, &frmMain::chkEmail_Click);
@@ -358,9 +393,8 @@ void frmMain::buildFiltersTab()
     cmdAddDomain = button(tab, tr("Add Domain"), "cmdAddDomain");
     cmdDelDomains = button(tab, tr("Delete Domain"), "cmdDelDomains");
     grid->addWidget(label(tr("List of excluded domains"), tab), 0, 0);
-    grid->addWidget(lstDomains, 1, 0, 2, 1);
-    grid->addWidget(cmdAddDomain, 1, 1);
-    grid->addWidget(cmdDelDomains, 2, 1);
+    grid->addWidget(lstDomains, 1, 0);
+    grid->addLayout(buttonColumn({cmdAddDomain, cmdDelDomains}), 1, 1);
 
     optExclude[0] =
         named(new QRadioButton(tr("List of excluded Email Id types"), tab), "optExclude0");
@@ -374,14 +408,14 @@ void frmMain::buildFiltersTab()
     lstIncEmail = multiList(tab, "lstIncEmail");
     cmdAddEmail1 = button(tab, tr("Add Email Id Type"), "cmdAddEmail1");
     cmdDelEmail1 = button(tab, tr("Delete Email Id Type"), "cmdDelEmail1");
-    grid->addWidget(optExclude[0], 3, 0);
-    grid->addWidget(lstEmail, 4, 0, 2, 1);
-    grid->addWidget(cmdAddEmail, 4, 1);
-    grid->addWidget(cmdDelEmail, 5, 1);
-    grid->addWidget(optExclude[1], 6, 0);
-    grid->addWidget(lstIncEmail, 7, 0, 2, 1);
-    grid->addWidget(cmdAddEmail1, 7, 1);
-    grid->addWidget(cmdDelEmail1, 8, 1);
+    grid->addWidget(optExclude[0], 2, 0);
+    grid->addWidget(lstEmail, 3, 0);
+    grid->addLayout(buttonColumn({cmdAddEmail, cmdDelEmail}), 3, 1);
+    grid->addWidget(optExclude[1], 4, 0);
+    grid->addWidget(lstIncEmail, 5, 0);
+    grid->addLayout(buttonColumn({cmdAddEmail1, cmdDelEmail1}), 5, 1);
+    for (int listRow : {1, 3, 5}) // the three lists share the height
+        grid->setRowStretch(listRow, 1);
 
     struct Editor
     {
@@ -532,9 +566,18 @@ void frmMain::setTabPicture(int tab, int picture)
     if (tab < 0 || tab >= 5 || m_tabPictures[tab] == picture)
         return;
     m_tabPictures[tab] = picture;
-    const QString path = DataFolder::locate(
-        QStringLiteral("Images/%1%2.gif").arg(QLatin1String(kTabPictures[tab])).arg(picture));
-    stabEmailExt->setTabIcon(tab, QIcon(path));
+    const QPixmap face(DataFolder::locate(
+        QStringLiteral("Images/%1%2.gif").arg(QLatin1String(kTabPictures[tab])).arg(picture)));
+    QTabBar *bar = stabEmailExt->tabBar();
+    if (face.isNull()) { // without its pictures the strip still names its tabs
+        bar->setTabIcon(tab, {});
+        bar->setTabText(tab, bar->accessibleTabName(tab));
+        return;
+    }
+    // The pictures are the whole faces of the tabs, names included.
+    bar->setIconSize(face.deviceIndependentSize().toSize());
+    bar->setTabIcon(tab, QIcon(face));
+    bar->setTabText(tab, {});
 }
 
 void frmMain::Form_Load()

@@ -19,7 +19,7 @@
 namespace corvane {
 
 frmVerifyEmails::frmVerifyEmails(QWidget *parent, TimerSource &timers)
-    : SkinnedWindow(QStringLiteral("Images8"), tr("Leads Verifier"), parent), m_verifier(timers),
+    : SkinnedWindow(QStringLiteral("Images8"), QString(), parent), m_verifier(timers),
       m_path(new QLineEdit(this)), m_dns(new QLineEdit(this)), m_email(new QListWidget(this)),
       m_valid(new QListWidget(this)), m_exchangers(new QListWidget(this)),
       m_total(new QLabel(QStringLiteral("0"), this)),
@@ -33,6 +33,7 @@ frmVerifyEmails::frmVerifyEmails(QWidget *parent, TimerSource &timers)
       m_help(namedButton(this, "cmdHelp", tr("&Help")))
 {
     setObjectName(QStringLiteral("frmVerifyEmails"));
+    setWindowTitle(tr("Leads Verifier"));
     setAttribute(Qt::WA_DeleteOnClose);
     m_path->setObjectName(QStringLiteral("txtPath"));
     m_dns->setObjectName(QStringLiteral("txtDNS"));

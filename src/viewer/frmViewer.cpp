@@ -56,13 +56,12 @@ QString frmViewer::GetDateofCreation(const QString &filePath)
 }
 
 frmViewer::frmViewer(QWidget *parent)
-    : SkinnedWindow(QStringLiteral("Images1"), tr("Knowledgebase Viewer"), parent),
-      m_mailList(new QComboBox(this)), m_keyword(new QComboBox(this)),
-      m_num(new QLabel(QStringLiteral("0"), this)), m_of(new QLabel(tr("of"), this)),
-      m_totalNum(new QLabel(QStringLiteral("0"), this)), m_data1(new QLabel(this)),
-      m_data2(new QLabel(this)), m_data3(new QLabel(this)), m_createdOn(new QLabel(this)),
-      m_page(new QLabel(tr("Loading Page...."), this)), m_web(new PageView(this)),
-      m_url(new QLineEdit(this)),
+    : SkinnedWindow(QStringLiteral("Images1"), QString(), parent), m_mailList(new QComboBox(this)),
+      m_keyword(new QComboBox(this)), m_num(new QLabel(QStringLiteral("0"), this)),
+      m_of(new QLabel(tr("of"), this)), m_totalNum(new QLabel(QStringLiteral("0"), this)),
+      m_data1(new QLabel(this)), m_data2(new QLabel(this)), m_data3(new QLabel(this)),
+      m_createdOn(new QLabel(this)), m_page(new QLabel(tr("Loading Page...."), this)),
+      m_web(new PageView(this)), m_url(new QLineEdit(this)),
       m_browse(namedButton(this, QStringLiteral("cmdBrowse"), tr("&Go"))),
       m_back(namedButton(this, QStringLiteral("cmdBack"), tr("&Back"))),
       m_forward(namedButton(this, QStringLiteral("cmdForward"), tr("F&orward"))),
@@ -84,6 +83,7 @@ frmViewer::frmViewer(QWidget *parent)
       m_help(namedButton(this, QStringLiteral("cmdHelp"), tr("Viewer H&elp")))
 {
     setObjectName(QStringLiteral("frmViewer"));
+    setWindowTitle(tr("Knowledgebase Viewer"));
     g_openViewer = this;
     m_mailList->setObjectName(QStringLiteral("cmbMailList"));
     m_keyword->setObjectName(QStringLiteral("cmbKeyword"));

@@ -138,10 +138,7 @@ TEST(CrawlRun, ClassicCadenceIsOneStepPerTimeoutPlusOneAndAHalfSeconds)
 {
     CrawlRig rig;
     rig.job.pageTimeout = QStringLiteral("20");
-    rig.job.searchType = SearchType::UrlList;
-    for (int i = 0; i < 44 * 10; ++i)
-        rig.analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
-    rig.crawl().Start(); // first burst at once
+    rig.startUrlList(44 * 10); // first burst at once
     EXPECT_EQ(rig.crawl().crawlIntervalMs(), 21500);
     rig.timers.advance(21499);
     EXPECT_EQ(rig.downloader.requests.size(), 44);
@@ -162,10 +159,7 @@ TEST(CrawlRun, ModernChainsTheNextBurstWhenTheLastOneHasCompleted)
 {
     CrawlRig rig;
     rig.profile = CrawlProfile::Modern;
-    rig.job.searchType = SearchType::UrlList;
-    for (int i = 0; i < 100; ++i)
-        rig.analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
-    rig.crawl().Start();
+    rig.startUrlList(100);
     ASSERT_EQ(rig.downloader.requests.size(), 44);
     // Half the burst back: no new burst yet.
     for (int i = 0; i < 22; ++i)
@@ -197,10 +191,7 @@ TEST(CrawlRun, DiskSpaceIsCheckedOnTheRootsDriveAtEveryStep)
     rig.job.buildKnowledgeBase = true;
     rig.job.knowledgeBaseRoot = QStringLiteral("  C:\\kb\\store ");
     rig.store.lowDisk = true;
-    rig.job.searchType = SearchType::UrlList;
-    for (int i = 0; i < 100; ++i)
-        rig.analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
-    rig.crawl().Start();
+    rig.startUrlList(100);
     EXPECT_TRUE(rig.store.diskChecks.isEmpty()); // Start's own first step is not a crawl step
     rig.timers.advance(rig.crawl().crawlIntervalMs() * 2);
     EXPECT_EQ(rig.store.diskChecks, (QStringList{QStringLiteral("C:\\"), QStringLiteral("C:\\")}));
@@ -210,10 +201,7 @@ TEST(CrawlRun, DiskSpaceIsCheckedOnTheRootsDriveAtEveryStep)
 TEST(CrawlConnection, LossStopsTheClockAsksOnceAndTheReturnResumesWithTheQueues)
 {
     CrawlRig rig;
-    rig.job.searchType = SearchType::UrlList;
-    for (int i = 0; i < 50; ++i)
-        rig.analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
-    rig.crawl().Start();
+    rig.startUrlList(50);
     ASSERT_EQ(rig.downloader.requests.size(), 44);
     const qint32 pages = rig.crawl().pageCounter();
 
@@ -249,10 +237,7 @@ TEST(CrawlConnection, LossStopsTheClockAsksOnceAndTheReturnResumesWithTheQueues)
 TEST(CrawlConnection, ResumeModeWaitsSilentlyAndTheFirstStepOnlineResumes)
 {
     CrawlRig rig;
-    rig.job.searchType = SearchType::UrlList;
-    for (int i = 0; i < 100; ++i)
-        rig.analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
-    rig.crawl().Start();
+    rig.startUrlList(100);
     rig.connection.online = false;
     rig.timers.advance(rig.crawl().crawlIntervalMs());
     rig.crawl().resume().chooseResumeMode();
@@ -272,10 +257,7 @@ TEST(CrawlConnection, ModernGoesOnAfterTheResumedBurstWithoutWaitingForATick)
 {
     CrawlRig rig;
     rig.profile = CrawlProfile::Modern;
-    rig.job.searchType = SearchType::UrlList;
-    for (int i = 0; i < 100; ++i)
-        rig.analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
-    rig.crawl().Start();
+    rig.startUrlList(100);
     rig.connection.online = false;
     rig.downloader.deliverAll();
     QCoreApplication::processEvents(); // the chained step finds the connection gone

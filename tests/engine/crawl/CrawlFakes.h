@@ -238,6 +238,15 @@ struct CrawlRig
         return *controller;
     }
 
+    // A URL-list run with links link pages queued ("http://l/0", ...), started.
+    void startUrlList(int links)
+    {
+        job.searchType = SearchType::UrlList;
+        for (int i = 0; i < links; ++i)
+            analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
+        crawl().Start();
+    }
+
     static ListChoice selected(const QString &text) { return ListChoice{text, true}; }
 
     HarvestJob job;

@@ -1,21 +1,36 @@
 #include "ScreenshotMode.h"
 
+#include "analysis/AnalysisContext.h"
+#include "engine/ConnectionProbe.h"
+#include "engine/CrawlController.h"
+#include "engine/DemoWebServer.h"
+#include "engine/ResumeController.h"
 #include "ui/frmDel.h"
 #include "ui/frmDelMailGroup.h"
 #include "ui/frmExtractor.h"
 #include "ui/frmHelp.h"
+#include "ui/frmImport.h"
 #include "ui/frmImportLeads.h"
 #include "ui/frmInputBox.h"
+#include "ui/frmMain.h"
+#include "ui/frmMessage.h"
 #include "ui/frmMsgBox.h"
 #include "ui/frmPath.h"
 #include "ui/frmVerifyEmails.h"
 
+#include <QApplication>
+#include <QDialog>
 #include <QEventLoop>
 #include <QGuiApplication>
+#include <QLineEdit>
 #include <QPixmap>
+#include <QPushButton>
+#include <QRadioButton>
 #include <QScreen>
+#include <QTabWidget>
 #include <QTextStream>
 #include <QTimer>
+#include <QUrl>
 #include <QWidget>
 
 #include <memory>
@@ -84,21 +99,93 @@ private:
     int m_pending = 0;
 };
 
+// The harvest window on one of its tabs; the settings tab with the proxy frame open.
+std::unique_ptr<frmMain> harvestWindow(int tab)
+{
+    auto window = std::make_unique<frmMain>();
+    window->findChild<QTabWidget *>(QStringLiteral("stabEmailExt"))->setCurrentIndex(tab);
+    if (tab == 2)
+        window->findChild<QPushButton *>(QStringLiteral("cmdAdv"))->click();
+    return window;
+}
+
+// The harvest window on its result tab after a single-URL run of the demo web. Messages the
+// run shows are the program's own modal dialogs; the end-of-run one is answered by itself.
+std::unique_ptr<frmMain> harvestAfterRun(DemoWebServer &web)
+{
+    if (!web.start())
+        return harvestWindow(4);
+    auto window = std::make_unique<frmMain>(
+        frmMain::Options{QUrl(web.url(QStringLiteral("/"))), CrawlProfile::Modern});
+    window->findChild<QRadioButton *>(QStringLiteral("optSearchType2"))->click();
+    window->findChild<QLineEdit *>(QStringLiteral("txtURL"))
+        ->setText(web.url(QStringLiteral("/coastal/")));
+    window->show();
+    QEventLoop run;
+    QObject::connect(&window->crawl(), &CrawlController::allPagesBack, &run, [&] {
+        if (!window->crawl().isRunning())
+            run.quit();
+    });
+    QTimer::singleShot(kLoadLimitMs, &run, &QEventLoop::quit);
+    // The end-of-run message is a modal dialog: close it as soon as it shows.
+    QTimer closer;
+    QObject::connect(&closer, &QTimer::timeout, [] {
+        if (auto *box = qobject_cast<QDialog *>(QApplication::activeModalWidget()))
+            box->accept();
+    });
+    closer.start(100);
+    window->findChild<QPushButton *>(QStringLiteral("cmdStart"))->click();
+    run.exec();
+    window->findChild<QTabWidget *>(QStringLiteral("stabEmailExt"))->setCurrentIndex(4);
+    return window;
+}
+
 } // namespace
 
 QStringList screenshotNames()
 {
-    return {
-        QStringLiteral("start"),      QStringLiteral("msgbox"),          QStringLiteral("error"),
-        QStringLiteral("inputbox"),   QStringLiteral("inputbox-domain"), QStringLiteral("help"),
-        QStringLiteral("delete"),     QStringLiteral("delete-group"),    QStringLiteral("path"),
-        QStringLiteral("leads-scan"), QStringLiteral("verifier"),        QStringLiteral("export")};
+    return {QStringLiteral("start"),
+            QStringLiteral("msgbox"),
+            QStringLiteral("error"),
+            QStringLiteral("inputbox"),
+            QStringLiteral("inputbox-domain"),
+            QStringLiteral("help"),
+            QStringLiteral("delete"),
+            QStringLiteral("delete-group"),
+            QStringLiteral("path"),
+            QStringLiteral("leads-scan"),
+            QStringLiteral("verifier"),
+            QStringLiteral("export"),
+            QStringLiteral("harvest"),
+            QStringLiteral("harvest-keywords"),
+            QStringLiteral("harvest-settings"),
+            QStringLiteral("harvest-filters"),
+            QStringLiteral("harvest-result"),
+            QStringLiteral("resume"),
+            QStringLiteral("import")};
 }
 
 int takeScreenshot(const QString &name, const QString &outFile, QWidget *(*startWindow)())
 {
+    // Parts some windows work on; they outlive the window.
+    DemoWebServer web;
+    AnalysisContext context;
+    ConnectionProbe probe;
+    ResumeController resume(probe, RealTimerSource::instance());
+    const QStringList harvestTabs = {QStringLiteral("harvest"), QStringLiteral("harvest-keywords"),
+                                     QStringLiteral("harvest-settings"),
+                                     QStringLiteral("harvest-filters")};
+
     std::unique_ptr<QWidget> window;
-    if (name == QLatin1String("start")) {
+    if (harvestTabs.contains(name)) {
+        window = harvestWindow(int(harvestTabs.indexOf(name)));
+    } else if (name == QLatin1String("harvest-result")) {
+        window = harvestAfterRun(web);
+    } else if (name == QLatin1String("resume")) {
+        window = std::make_unique<frmMessage>(resume);
+    } else if (name == QLatin1String("import")) {
+        window = std::make_unique<frmImport>(context);
+    } else if (name == QLatin1String("start")) {
         window.reset(startWindow());
     } else if (name == QLatin1String("msgbox")) {
         window = std::make_unique<frmMsgBox>(

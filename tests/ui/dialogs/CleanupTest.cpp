@@ -1,6 +1,6 @@
 #include "ui/Cleanup.h"
-#include "support/TestSupport.h"
 #include "engine/TempCleaner.h"
+#include "support/TestSupport.h"
 
 #include "common/DataFolder.h"
 #include "engine/RunLimits.h"

@@ -40,6 +40,8 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
+#include <utility>
+
 namespace corvane {
 
 namespace {
@@ -167,8 +169,12 @@ frmMain::frmMain(const Options &options, QWidget *parent)
     connect(&m_crawl->monitor(), &RunMonitor::tickFailed, this,
             [this](const QString &text) { showMessage(this, text); });
     connect(&m_crawl->resume(), &ResumeController::dialogOpened, this, &frmMain::openResumeDialog);
-    connect(&m_crawl->resume(), &ResumeController::dialogClosed, this,
-            [this] { m_crawl->windowActivated(); });
+    // The question's going hands the window back at once; whether and when the window
+    // system activates it again is not ours to rely on, and that activation is then this one.
+    connect(&m_crawl->resume(), &ResumeController::dialogClosed, this, [this] {
+        m_returnFromQuestionHandled = true;
+        m_crawl->windowActivated();
+    });
 
     resize(860, 640); // fits a 1366x768 screen; the lists take any height it is given
     Form_Load();
@@ -1109,8 +1115,10 @@ void frmMain::openResumeDialog()
 void frmMain::changeEvent(QEvent *event)
 {
     // Coming back to the window after the connection question re-arms the run's timers.
-    if (event->type() == QEvent::ActivationChange && isActiveWindow())
-        m_crawl->windowActivated();
+    if (event->type() == QEvent::ActivationChange && isActiveWindow()) {
+        if (!std::exchange(m_returnFromQuestionHandled, false))
+            m_crawl->windowActivated();
+    }
     SkinnedWindow::changeEvent(event);
 }
 

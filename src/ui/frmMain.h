@@ -141,7 +141,8 @@ private:
     QString m_appliedProxyType;
     bool m_proxyOpened = false;
     int m_previousTab = 0;
-    int m_tabPictures[5] = {}; // 1 or 2 per tab, as shown
+    bool m_returnFromQuestionHandled = false; // the next activation was acted on already
+    int m_tabPictures[5] = {};                // 1 or 2 per tab, as shown
 
     // Controls, named as the object names say.
     QTabWidget *stabEmailExt = nullptr;

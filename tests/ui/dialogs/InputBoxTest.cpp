@@ -77,23 +77,6 @@ TEST(InputModes, UrlModeWantsHttpPrefixOthersTakeAnyText)
     EXPECT_TRUE(checkInput(2, QStringLiteral("http")).accepted);
 }
 
-TEST(InputModes, EachModeRunsOnlyItsOwnOperation)
-{
-    OperationLog log;
-    const InputOperations ops = log.operations();
-    for (int mode = 1; mode <= 7; ++mode)
-        EXPECT_TRUE(ops.run(qint16(mode), QStringLiteral("text%1").arg(mode)));
-    ASSERT_EQ(log.calls.size(), 7);
-    for (int mode = 1; mode <= 7; ++mode) {
-        EXPECT_EQ(log.calls[mode - 1].first, mode);
-        EXPECT_EQ(log.calls[mode - 1].second, QStringLiteral("text%1").arg(mode));
-    }
-    EXPECT_FALSE(ops.run(0, QStringLiteral("x")));
-    EXPECT_FALSE(ops.run(8, QStringLiteral("x")));
-    EXPECT_FALSE(InputOperations().run(3, QStringLiteral("x")));
-    EXPECT_EQ(log.calls.size(), 7);
-}
-
 class InputBoxTest : public ::testing::Test
 {
 protected:

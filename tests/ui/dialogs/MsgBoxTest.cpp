@@ -62,10 +62,6 @@ TEST_F(MsgBoxTest, ShowMessageIsModalAndRemembersTheText)
 
 TEST_F(MsgBoxTest, ErrorReportIsLabelThenDescription)
 {
-    EXPECT_EQ(errorReportText(QStringLiteral("cmdStart->"), QStringLiteral("Disk full")),
-              QStringLiteral("cmdStart->Disk full"));
-    EXPECT_EQ(errorReportText(QStringLiteral("GetDataFromRow-"), QStringLiteral("Bad row")),
-              QStringLiteral("GetDataFromRow-Bad row"));
     MessageCapture capture;
     showErrorReport(nullptr, QStringLiteral("SearchEngines-->"), QStringLiteral("no list"));
     showMessage(nullptr, QStringLiteral("second"));

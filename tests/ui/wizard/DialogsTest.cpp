@@ -37,8 +37,6 @@ TEST(ResumeDialogTest, ShowsTheTextsAndReportsTheUsersChoice)
 
     frmMessage dialog(controller);
     dialog.open();
-    EXPECT_EQ(dialog.lblTitle()->text(), ResumeTexts::Title);
-    EXPECT_EQ(dialog.lblOK()->text(), ResumeTexts::ResumeHint);
     EXPECT_EQ(dialog.cmdResume()->text(), QStringLiteral("&Resume Mode"));
     QTest::mouseClick(dialog.cmdResume(), Qt::LeftButton);
     EXPECT_TRUE(controller.resumeMode());

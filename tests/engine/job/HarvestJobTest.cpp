@@ -77,17 +77,6 @@ TEST(HarvestJob, DefaultJobPassesAndCapturesTheDefaults)
     EXPECT_TRUE(HarvestJob::proxyTypeChoices().contains(HarvestJob{}.proxyType));
 }
 
-TEST(HarvestJob, SelectionHelpersKeepListOrderAndEngineNumbers)
-{
-    HarvestJob job = completeJob();
-    job.engines.append({QStringLiteral("Engine C"), 3, true});
-    job.taxonomy = {
-        {QStringLiteral("T1"), true}, {QStringLiteral("T2"), false}, {QStringLiteral("T3"), true}};
-    EXPECT_EQ(job.selectedEngineNumbers(), (QList<int>{2, 3}));
-    EXPECT_EQ(job.selectedUrls(), QStringList{QStringLiteral("http://b.example/")});
-    EXPECT_EQ(job.selectedTaxonomy(), (QStringList{QStringLiteral("T1"), QStringLiteral("T3")}));
-}
-
 TEST(HarvestJobNext1, EachSourceNeedsItsSelectionAndPicksTheNextTab)
 {
     HarvestJob job = completeJob();

@@ -53,16 +53,6 @@ TEST(LeadExport, FailedWriteKeepsTheList)
     EXPECT_FALSE(exporter.fetch(dir.filePath("nope.csv")).ok());
 }
 
-TEST(LeadExport, CategoriesReloadAfterAdding)
-{
-    TempDataFolder home;
-    LeadExport exporter;
-    EXPECT_TRUE(exporter.categories().isEmpty());
-    EXPECT_TRUE(exporter.addCategory("Fairs"));
-    EXPECT_TRUE(exporter.addCategory("Press"));
-    EXPECT_EQ(exporter.categories(), QStringList({"Press", "Fairs"}));
-}
-
 TEST(ExportVcardCommand, WritesCardsAndReportsMisuse)
 {
     QTemporaryDir home;

@@ -1,13 +1,8 @@
 #include "exchange/VCard.h"
 
-#include "support/TestSupport.h"
-
-#include <QTemporaryDir>
-
 #include <gtest/gtest.h>
 
 using namespace corvane;
-using namespace corvane::test;
 
 TEST(VCard, NameComesFromTheLocalPart)
 {
@@ -44,19 +39,4 @@ TEST(VCard, LongLinesAreFoldedWithoutSplittingCharacters)
     unfolded.replace("\r\n ", "");
     EXPECT_TRUE(unfolded.contains("CATEGORIES:" + category.toUtf8()));
     EXPECT_FALSE(QString::fromUtf8(card).contains(QChar::ReplacementCharacter));
-}
-
-TEST(VCard, FileHoldsOneCardPerLeadOrIsNotWritten)
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath("c.vcf");
-    int lastDone = 0;
-    ASSERT_TRUE(
-        writeVCardFile(path, {"a@b.com", "c@d.com", "a@b.com"}, "X", [&](int done, int total) {
-            EXPECT_EQ(total, 3);
-            lastDone = done;
-        }).ok());
-    EXPECT_EQ(lastDone, 3);
-    EXPECT_EQ(readFile(path).count("BEGIN:VCARD"), 3);
-    EXPECT_FALSE(writeVCardFile(dir.filePath("no/dir/c.vcf"), {"a@b.com"}, "X").ok());
 }

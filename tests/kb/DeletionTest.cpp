@@ -36,6 +36,15 @@ protected:
     {
         return home.file(QStringLiteral("KB/") + QLatin1String(name));
     }
+    // The request the viewer makes for knowledge base 1, naming this folder.
+    DeleteRequest knowledgeBaseOne(const char *folderName) const
+    {
+        DeleteRequest request;
+        request.kind = int(DeleteRequestKind::KnowledgeBase);
+        request.knowledgeBaseNumber = 1;
+        request.knowledgeBaseFolder = folder(folderName);
+        return request;
+    }
     QString record(int number, int group, const char *name) const
     {
         return QStringLiteral("%1@%2@%3@%4")
@@ -60,11 +69,7 @@ QList<DeleteListItem> items(std::initializer_list<std::pair<const char *, bool>>
 
 TEST_F(Catalogued, KnowledgeBaseRequestRemovesItsRecordsAndFolder)
 {
-    DeleteRequest request;
-    request.kind = int(DeleteRequestKind::KnowledgeBase);
-    request.knowledgeBaseNumber = 1;
-    request.knowledgeBaseFolder = folder("A");
-    const Result<DeleteOutcome> done = confirmDelete(request);
+    const Result<DeleteOutcome> done = confirmDelete(knowledgeBaseOne("A"));
     ASSERT_TRUE(done);
     EXPECT_TRUE(done->problems.isEmpty()) << done->problems.join('\n').toStdString();
     EXPECT_TRUE(done->reloadViewer);
@@ -77,11 +82,7 @@ TEST_F(Catalogued, KnowledgeBaseRequestRemovesItsRecordsAndFolder)
 
 TEST_F(Catalogued, KnowledgeBaseRequestNeverRemovesAFolderTheCatalogueDoesNotName)
 {
-    DeleteRequest request;
-    request.kind = int(DeleteRequestKind::KnowledgeBase);
-    request.knowledgeBaseNumber = 1;
-    request.knowledgeBaseFolder = folder("C");
-    const Result<DeleteOutcome> done = confirmDelete(request);
+    const Result<DeleteOutcome> done = confirmDelete(knowledgeBaseOne("C"));
     ASSERT_TRUE(done);
     EXPECT_EQ(done->problems.size(), 1);
     EXPECT_TRUE(QFileInfo::exists(folder("C")));
@@ -203,11 +204,7 @@ TEST_F(Catalogued, FailedRewriteLeavesTheOldCatalogue)
     const QByteArray mailGroupsBefore = readFile(CatalogueFiles::kbMailGroups());
     {
         AtomicFile::ScopedFailAfter diskFull(7);
-        DeleteRequest request;
-        request.kind = int(DeleteRequestKind::KnowledgeBase);
-        request.knowledgeBaseNumber = 1;
-        request.knowledgeBaseFolder = folder("A");
-        const Result<DeleteOutcome> done = confirmDelete(request);
+        const Result<DeleteOutcome> done = confirmDelete(knowledgeBaseOne("A"));
         ASSERT_TRUE(done);
         EXPECT_GE(done->problems.size(), 2);
     }

@@ -1,6 +1,7 @@
 #include "support/TestSupport.h"
 
 #include "engine/ConnectionProbe.h"
+#include "engine/FixedConnection.h"
 #include "kb/KnowledgeBaseCatalogue.h"
 #include "kb/PageStore.h"
 #include "kb/ScrambleLine.h"
@@ -21,16 +22,6 @@
 using namespace corvane;
 
 namespace {
-
-class FixedConnection : public ConnectionCheck
-{
-public:
-    explicit FixedConnection(bool connected) : m_connected(connected) {}
-    void check() override { finish(m_connected); }
-
-private:
-    bool m_connected;
-};
 
 QByteArray page(const QString &title)
 {
@@ -227,13 +218,13 @@ TEST_F(ViewerTest, AddressBoxAndOriginalPageFollowTheConnection)
     frmViewer viewer;
     const QUrl saved = viewer.webPage()->requestedUrl();
 
-    FixedConnection offline(false);
+    test::FixedConnection offline(false);
     viewer.setConnectionCheck(&offline);
     click(viewer, "cmdView");
     EXPECT_EQ(messages.messages().value(0), QStringLiteral("Not connected To the internet."));
     EXPECT_EQ(viewer.webPage()->requestedUrl(), saved);
 
-    FixedConnection online(true);
+    test::FixedConnection online(true);
     viewer.setConnectionCheck(&online);
     click(viewer, "cmdView");
     EXPECT_EQ(viewer.webPage()->requestedUrl(),

@@ -3,6 +3,7 @@
 #include "common/TimerSource.h"
 #include "engine/ConnectionProbe.h"
 #include "engine/CrawlController.h"
+#include "engine/FixedConnection.h"
 #include "engine/PageDownloader.h"
 #include "engine/ResumeController.h"
 #include "engine/RunLimits.h"
@@ -204,19 +205,6 @@ public:
 };
 
 // Answers at once with what the test says.
-class FakeConnection final : public ConnectionCheck
-{
-public:
-    using ConnectionCheck::check;
-    void check() override
-    {
-        ++checks;
-        finish(online);
-    }
-    bool online = true;
-    int checks = 0;
-};
-
 // A controller with fakes all round, in virtual time.
 struct CrawlRig
 {
@@ -256,7 +244,7 @@ struct CrawlRig
     FakeAnalysis analysis;
     FakeStore store;
     FakeSearchList searchList;
-    FakeConnection connection;
+    FixedConnection connection;
     std::unique_ptr<CrawlController> controller;
     QStringList messages;
     int dialogs = 0;

@@ -2,6 +2,7 @@
 
 #include "common/TimerSource.h"
 #include "engine/ConnectionProbe.h"
+#include "engine/FixedConnection.h"
 #include "engine/ResumeController.h"
 #include "ui/frmDelMailGroup.h"
 #include "ui/frmExtractor.h"
@@ -21,12 +22,6 @@
 using namespace corvane;
 
 namespace {
-
-class AlwaysOffline final : public ConnectionCheck
-{
-public:
-    void check() override { finish(false); }
-};
 
 // Presses Tab round the window until focus comes back where it began and returns the
 // visible buttons that were never reached.
@@ -77,7 +72,7 @@ TEST(Keyboard, TabReachesEveryButtonOfEveryWindow)
     frmDelMailGroup groups(0);
     EXPECT_EQ(buttonsTabMisses(groups), QStringList{}) << "mail-group deletion";
 
-    AlwaysOffline offline;
+    test::FixedConnection offline(false);
     VirtualTimerSource timers;
     ResumeController resume(offline, timers);
     ASSERT_EQ(resume.connectionTested(false), ResumeController::StepVerdict::Skip);

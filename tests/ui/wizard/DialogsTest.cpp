@@ -1,6 +1,7 @@
 #include "analysis/AnalysisContext.h"
 #include "common/TimerSource.h"
 #include "engine/ConnectionProbe.h"
+#include "engine/FixedConnection.h"
 #include "engine/ResumeController.h"
 #include "support/TestSupport.h"
 #include "ui/frmImport.h"
@@ -16,20 +17,10 @@
 
 using namespace corvane;
 
-namespace {
-// A connection test that answers at once with what the test says.
-class FixedConnection final : public ConnectionCheck
-{
-public:
-    bool online = false;
-    void check() override { finish(online); }
-};
-} // namespace
-
 TEST(ResumeDialogTest, ShowsTheTextsAndReportsTheUsersChoice)
 {
     test::TempDataFolder home;
-    FixedConnection connection;
+    test::FixedConnection connection(false);
     VirtualTimerSource timers;
     ResumeController controller(connection, timers);
     ASSERT_EQ(controller.connectionTested(false), ResumeController::StepVerdict::Skip);
@@ -46,7 +37,7 @@ TEST(ResumeDialogTest, ShowsTheTextsAndReportsTheUsersChoice)
 TEST(ResumeDialogTest, ClosesByItselfWhenTheConnectionReturns)
 {
     test::TempDataFolder home;
-    FixedConnection connection;
+    test::FixedConnection connection(false);
     VirtualTimerSource timers;
     ResumeController controller(connection, timers);
     controller.connectionTested(false);

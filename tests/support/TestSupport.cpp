@@ -42,6 +42,12 @@ QString sourceDir()
     return qEnvironmentVariable("CORVANE_SOURCE_DIR", QStringLiteral(CORVANE_SOURCE_DIR_DEFAULT));
 }
 
+QStringList sorted(QStringList list)
+{
+    list.sort();
+    return list;
+}
+
 QString binaryDir()
 {
     return qEnvironmentVariable("CORVANE_BINARY_DIR", QStringLiteral(CORVANE_BINARY_DIR_DEFAULT));

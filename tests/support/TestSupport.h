@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 
 namespace corvane::test {
@@ -25,6 +26,9 @@ private:
 // Whole-file helpers for assertions.
 QByteArray readFile(const QString &path);
 void writeFile(const QString &path, const QByteArray &bytes);
+
+// The list in sorted order, for comparing sets that arrive in any order.
+QStringList sorted(QStringList list);
 
 // Source and build folders, for tests that run the programs or read fixtures.
 QString sourceDir();

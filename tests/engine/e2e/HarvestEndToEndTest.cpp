@@ -1,6 +1,7 @@
 // Whole harvests over real HTTP on 127.0.0.1: the command line with its in-process demo web,
 // and the crawl controller with the real downloader, analysis and store.
 
+#include "DemoWebLeads.h"
 #include "HarvestRun.h"
 #include "support/TestSupport.h"
 
@@ -25,22 +26,6 @@
 
 using namespace corvane;
 using namespace corvane::test;
-
-namespace {
-
-const QStringList kAcmeLeads = {"info@acme-demo.com",      "jane.miller@acme-demo.com",
-                                "orders@acme-demo.com",    "press@acme-demo.com",
-                                "tom.baker@acme-demo.com", "trade@acme-demo.com"};
-const QStringList kBirchwoodLeads = {"books@birchwood-demo.org", "events@birchwood-demo.org"};
-const QStringList kCoastalLeads = {"membership@coastal-demo.net", "regatta@coastal-demo.net",
-                                   "skipper@coastal-demo.net"};
-// A run from Coastal alone: it links on to its neighbours' start pages, whose own pages are
-// link pages of a different host and so are not followed.
-const QStringList kFromCoastalLeads =
-    sorted(kCoastalLeads + kBirchwoodLeads +
-           QStringList{"info@acme-demo.com", "orders@acme-demo.com", "trade@acme-demo.com"});
-
-} // namespace
 
 TEST(HarvestEndToEnd, DemoUrlListHarvestsEveryReachablePublicPage)
 {

@@ -42,10 +42,4 @@ QMap<QString, int> storedPages(const TempDataFolder &home, const QString &root)
     return pages;
 }
 
-QStringList sorted(QStringList list)
-{
-    list.sort();
-    return list;
-}
-
 } // namespace corvane::test

@@ -24,6 +24,4 @@ CliRun harvest(const TempDataFolder &home, QStringList args);
 // (the data folder's "KnowledgeBases" when empty).
 QMap<QString, int> storedPages(const TempDataFolder &home, const QString &root = {});
 
-QStringList sorted(QStringList list);
-
 } // namespace corvane::test

@@ -2,6 +2,7 @@
 #include "engine/DemoWebServer.h"
 #include "engine/ResumeController.h"
 #include "engine/RunLimits.h"
+#include "engine/e2e/DemoWebLeads.h"
 #include "support/TestSupport.h"
 #include "ui/frmMain.h"
 #include "ui/frmMessage.h"
@@ -19,25 +20,6 @@
 using namespace corvane;
 
 namespace {
-
-// Everything a single-URL run from Coastal reaches: its own pages and its neighbours' start
-// pages, whose further pages sit on other hosts and are not followed.
-QStringList coastalLeads()
-{
-    QStringList leads = {
-        QStringLiteral("membership@coastal-demo.net"), QStringLiteral("regatta@coastal-demo.net"),
-        QStringLiteral("skipper@coastal-demo.net"),    QStringLiteral("books@birchwood-demo.org"),
-        QStringLiteral("events@birchwood-demo.org"),   QStringLiteral("info@acme-demo.com"),
-        QStringLiteral("orders@acme-demo.com"),        QStringLiteral("trade@acme-demo.com")};
-    leads.sort();
-    return leads;
-}
-
-QStringList sorted(QStringList list)
-{
-    list.sort();
-    return list;
-}
 
 // The harvest window set up for a single-URL run of the demo web's Coastal site.
 class HarvestWindowTest : public ::testing::Test
@@ -101,7 +83,7 @@ TEST_F(HarvestWindowTest, HarvestsASiteStopsGoesOnAndSavesTheLeads)
     EXPECT_EQ(messages.messages(), QStringList{RunMessages::SingleUrlDone});
     EXPECT_EQ(window->crawl().state(), CrawlState::EndedBySingleUrl);
     EXPECT_TRUE(button("cmdSaveEmail")->isEnabled());
-    EXPECT_EQ(sorted(window->leads()), coastalLeads());
+    EXPECT_EQ(test::sorted(window->leads()), test::kFromCoastalLeads);
 
     const QString file = home.file(QStringLiteral("leads.csv"));
     window->setLeadFileChooser([&](QWidget *) { return file; });
@@ -137,6 +119,6 @@ TEST_F(HarvestWindowTest, LostConnectionAsksAndResumeModeFinishesTheRun)
     EXPECT_TRUE(window->crawl().resume().resumeMode());
 
     ASSERT_TRUE(waitForEnd()) << messages.messages().join('|').toStdString();
-    EXPECT_EQ(sorted(window->leads()), coastalLeads());
+    EXPECT_EQ(test::sorted(window->leads()), test::kFromCoastalLeads);
     EXPECT_EQ(window->findChild<frmMessage *>(), nullptr);
 }

@@ -17,6 +17,11 @@ QString EngineEntry::addressOfLine(const QString &line)
     return dollar < 0 ? QString() : line.mid(dollar + 1);
 }
 
+QString EngineEntry::nameOfLine(const QString &line)
+{
+    return line.left(line.indexOf(QLatin1Char('$'))).trimmed();
+}
+
 EngineListReading parseEngineList(const QString &text)
 {
     EngineListReading reading;

@@ -18,6 +18,8 @@ struct EngineEntry
     QString line() const;
     // The address read back from a list line: the text after its first "$".
     static QString addressOfLine(const QString &line);
+    // The name a list line shows: the text before its first "$", without the blanks.
+    static QString nameOfLine(const QString &line);
 };
 
 // The entries read from "name$address#name$address#...". A malformed entry stops the

@@ -5,6 +5,7 @@
 #include "common/TimerSource.h"
 #include "engine/ConnectionProbe.h"
 #include "engine/CurlDownloader.h"
+#include "engine/EngineList.h"
 #include "engine/ResumeController.h"
 #include "engine/RunLimits.h"
 #include "kb/Deletion.h"
@@ -73,7 +74,6 @@ QComboBox *combo(QWidget *parent, const char *name, const QStringList &choices, 
     box->addItems(choices);
     // Room for the longest limit a user types, not only for the longest choice.
     box->setMinimumContentsLength(8);
-    box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     if (editable)
         box->setEditText(text);
     else
@@ -99,17 +99,15 @@ QLabel *label(const QString &text, QWidget *parent, const char *name = nullptr)
     return l;
 }
 
-// An engine's entry holds its name, a run of blanks and "$" with the address, and the
-// address is read back from it; the list shows the name only, however wide it is.
+// An engine's entry keeps its address behind the name, where the crawl reads it back; the
+// list shows the name only, however wide it is.
 class EngineNameDelegate : public QStyledItemDelegate
 {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
     QString displayText(const QVariant &value, const QLocale &locale) const override
     {
-        const QString text = QStyledItemDelegate::displayText(value, locale);
-        const qsizetype dollar = text.indexOf(QLatin1Char('$'));
-        return dollar < 0 ? text : text.left(dollar).trimmed();
+        return EngineEntry::nameOfLine(QStyledItemDelegate::displayText(value, locale));
     }
 };
 

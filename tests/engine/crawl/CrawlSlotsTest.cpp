@@ -28,6 +28,7 @@ TEST(EngineList, ReadsEntriesWithNumbersAndHiddenAddresses)
     EXPECT_EQ(reading.entries[0].line(),
               QStringLiteral("One") + QString(50, QLatin1Char(' ')) + QStringLiteral("$first/"));
     EXPECT_EQ(EngineEntry::addressOfLine(reading.entries[1].line()), QStringLiteral("second/"));
+    EXPECT_EQ(EngineEntry::nameOfLine(reading.entries[1].line()), QStringLiteral("Two"));
     // An address may itself hold "$": only the first one splits.
     EXPECT_EQ(parseEngineList(QStringLiteral("A$x$y#")).entries.value(0).address,
               QStringLiteral("x$y"));

@@ -5,18 +5,18 @@
 #include "engine/CrawlController.h"
 #include "engine/DemoWebServer.h"
 #include "engine/ResumeController.h"
-#include "ui/frmDel.h"
-#include "ui/frmDelMailGroup.h"
-#include "ui/frmExtractor.h"
-#include "ui/frmHelp.h"
-#include "ui/frmImport.h"
-#include "ui/frmImportLeads.h"
-#include "ui/frmInputBox.h"
-#include "ui/frmMain.h"
-#include "ui/frmMessage.h"
-#include "ui/frmMsgBox.h"
-#include "ui/frmPath.h"
-#include "ui/frmVerifyEmails.h"
+#include "ui/BookmarkImportDialog.h"
+#include "ui/DeleteConfirmDialog.h"
+#include "ui/HarvestWindow.h"
+#include "ui/HelpWindow.h"
+#include "ui/InputDialog.h"
+#include "ui/KnowledgeBasePathDialog.h"
+#include "ui/LeadsScanWindow.h"
+#include "ui/LeadsVerifierWindow.h"
+#include "ui/MailGroupDeleteDialog.h"
+#include "ui/MessageDialog.h"
+#include "ui/ResumeDialog.h"
+#include "ui/VCardExportWindow.h"
 
 #include <QApplication>
 #include <QDialog>
@@ -100,9 +100,9 @@ private:
 };
 
 // The harvest window on one of its tabs; the settings tab with the proxy frame open.
-std::unique_ptr<frmMain> harvestWindow(int tab)
+std::unique_ptr<HarvestWindow> harvestWindow(int tab)
 {
-    auto window = std::make_unique<frmMain>();
+    auto window = std::make_unique<HarvestWindow>();
     window->findChild<QTabWidget *>(QStringLiteral("stabEmailExt"))->setCurrentIndex(tab);
     if (tab == 2)
         window->findChild<QPushButton *>(QStringLiteral("cmdAdv"))->click();
@@ -111,12 +111,12 @@ std::unique_ptr<frmMain> harvestWindow(int tab)
 
 // The harvest window on its result tab after a single-URL run of the demo web. Messages the
 // run shows are the program's own modal dialogs; the end-of-run one is answered by itself.
-std::unique_ptr<frmMain> harvestAfterRun(DemoWebServer &web)
+std::unique_ptr<HarvestWindow> harvestAfterRun(DemoWebServer &web)
 {
     if (!web.start())
         return harvestWindow(4);
-    auto window = std::make_unique<frmMain>(
-        frmMain::Options{QUrl(web.url(QStringLiteral("/"))), CrawlProfile::Modern});
+    auto window = std::make_unique<HarvestWindow>(
+        HarvestWindow::Options{QUrl(web.url(QStringLiteral("/"))), CrawlProfile::Modern});
     window->findChild<QRadioButton *>(QStringLiteral("optSearchType2"))->click();
     window->findChild<QLineEdit *>(QStringLiteral("txtURL"))
         ->setText(web.url(QStringLiteral("/coastal/")));
@@ -182,40 +182,40 @@ int takeScreenshot(const QString &name, const QString &outFile, QWidget *(*start
     } else if (name == QLatin1String("harvest-result")) {
         window = harvestAfterRun(web);
     } else if (name == QLatin1String("resume")) {
-        window = std::make_unique<frmMessage>(resume);
+        window = std::make_unique<ResumeDialog>(resume);
     } else if (name == QLatin1String("import")) {
-        window = std::make_unique<frmImport>(context);
+        window = std::make_unique<BookmarkImportDialog>(context);
     } else if (name == QLatin1String("start")) {
         window.reset(startWindow());
     } else if (name == QLatin1String("msgbox")) {
-        window = std::make_unique<frmMsgBox>(
+        window = std::make_unique<MessageDialog>(
             QStringLiteral("Search completed. The lead limit has been reached."));
     } else if (name == QLatin1String("error")) {
-        window = std::make_unique<frmMsgBox>(
+        window = std::make_unique<MessageDialog>(
             errorReportText(QStringLiteral("cmdStart->"), QStringLiteral("Permission denied")));
     } else if (name == QLatin1String("inputbox")) {
-        window = std::make_unique<frmInputBox>(static_cast<qint16>(InputMode::AddURL),
+        window = std::make_unique<InputDialog>(static_cast<qint16>(InputMode::AddURL),
                                                InputOperations());
     } else if (name == QLatin1String("inputbox-domain")) {
-        window = std::make_unique<frmInputBox>(static_cast<qint16>(InputMode::AddDomain),
+        window = std::make_unique<InputDialog>(static_cast<qint16>(InputMode::AddDomain),
                                                InputOperations());
     } else if (name == QLatin1String("help")) {
-        window.reset(frmHelp::showHelp(help::kMainPage, help::mainWindowAnchor(3)));
+        window.reset(HelpWindow::showHelp(help::kMainPage, help::mainWindowAnchor(3)));
     } else if (name == QLatin1String("delete")) {
         DeleteRequest request;
         request.kind = static_cast<int>(DeleteRequestKind::Domains);
         request.question = QStringLiteral("Do you wish to permanently delete selected domains");
-        window = std::make_unique<frmDel>(request);
+        window = std::make_unique<DeleteConfirmDialog>(request);
     } else if (name == QLatin1String("delete-group")) {
-        window = std::make_unique<frmDelMailGroup>(0);
+        window = std::make_unique<MailGroupDeleteDialog>(0);
     } else if (name == QLatin1String("path")) {
-        window = std::make_unique<frmPath>();
+        window = std::make_unique<KnowledgeBasePathDialog>();
     } else if (name == QLatin1String("leads-scan")) {
-        window = std::make_unique<frmExtractor>();
+        window = std::make_unique<LeadsScanWindow>();
     } else if (name == QLatin1String("verifier")) {
-        window = std::make_unique<frmVerifyEmails>();
+        window = std::make_unique<LeadsVerifierWindow>();
     } else if (name == QLatin1String("export")) {
-        window = std::make_unique<frmImportLeads>();
+        window = std::make_unique<VCardExportWindow>();
     } else {
         QTextStream(stderr) << "corvane: unknown window " << name << " (one of "
                             << screenshotNames().join(QStringLiteral(", ")) << ")\n";

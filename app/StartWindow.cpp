@@ -1,8 +1,8 @@
 #include "StartWindow.h"
 
 #include "common/DataFolder.h"
+#include "ui/HelpWindow.h"
 #include "ui/SkinnedWindow.h"
-#include "ui/frmHelp.h"
 
 #include <QHBoxLayout>
 #include <QPushButton>
@@ -44,7 +44,7 @@ QWidget *createStartWindow()
     auto *help = new QPushButton(QObject::tr("&Help"), window);
     help->setObjectName(QStringLiteral("cmdHelp"));
     QObject::connect(help, &QPushButton::clicked, window,
-                     [window] { frmHelp::showHelp(help::kViewerPage, {}, window); });
+                     [window] { HelpWindow::showHelp(help::kViewerPage, {}, window); });
 
     auto *layout = new QVBoxLayout(window);
     layout->setContentsMargins(8, 8, 8, 8);

@@ -6,11 +6,11 @@
 #include "StartWindow.h"
 
 #include "common/DataFolder.h"
-#include "ui/frmExtractor.h"
-#include "ui/frmImportLeads.h"
-#include "ui/frmMain.h"
-#include "ui/frmVerifyEmails.h"
-#include "viewer/frmViewer.h"
+#include "ui/HarvestWindow.h"
+#include "ui/LeadsScanWindow.h"
+#include "ui/LeadsVerifierWindow.h"
+#include "ui/VCardExportWindow.h"
+#include "viewer/ViewerWindow.h"
 
 #include <QApplication>
 #include <QTextStream>
@@ -29,15 +29,15 @@ int usage(const QString &problem)
 
 QWidget *createViewer()
 {
-    auto *viewer = new frmViewer;
-    viewer->setWindowFactory(frmViewer::Tool::ImportLeads,
-                             [](QWidget *) { return new frmImportLeads; });
-    viewer->setWindowFactory(frmViewer::Tool::LeadsScan,
-                             [](QWidget *) { return new frmExtractor; });
-    viewer->setWindowFactory(frmViewer::Tool::VerifyEmails,
-                             [](QWidget *) { return new frmVerifyEmails; });
-    viewer->setWindowFactory(frmViewer::Tool::Harvest, [](QWidget *) {
-        auto *harvest = new frmMain;
+    auto *viewer = new ViewerWindow;
+    viewer->setWindowFactory(ViewerWindow::Tool::ImportLeads,
+                             [](QWidget *) { return new VCardExportWindow; });
+    viewer->setWindowFactory(ViewerWindow::Tool::LeadsScan,
+                             [](QWidget *) { return new LeadsScanWindow; });
+    viewer->setWindowFactory(ViewerWindow::Tool::VerifyEmails,
+                             [](QWidget *) { return new LeadsVerifierWindow; });
+    viewer->setWindowFactory(ViewerWindow::Tool::Harvest, [](QWidget *) {
+        auto *harvest = new HarvestWindow;
         harvest->setAttribute(Qt::WA_DeleteOnClose);
         return harvest;
     });

@@ -3,9 +3,9 @@
 #include "Command.h"
 
 #include "analysis/LeadFilters.h"
+#include "analysis/PageAnalyser.h"
 #include "analysis/PageSource.h"
 #include "analysis/TextSet.h"
-#include "analysis/clsExtractor.h"
 
 #include <QCommandLineParser>
 

@@ -8,8 +8,8 @@
 
 #include "common/DataFolder.h"
 #include "kb/KnowledgeBaseCatalogue.h"
+#include "kb/RecordCursor.h"
 #include "kb/ScrambleLine.h"
-#include "kb/clsIOFile.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -80,7 +80,7 @@ int show(const QString &name)
     const QList<KeywordFolderRecord> &folders = found->folders;
     QString text;
     for (const KeywordFolderRecord &folder : folders) {
-        clsIOFile index;
+        RecordCursor index;
         if (Result<void> opened =
                 index.OpenFile(keywordFolderOf(base, folder.term), QStringLiteral("index.qdx"));
             !opened)
@@ -107,7 +107,7 @@ int pages(const QString &name, const QString &term)
             QStringLiteral("knowledge base \"%1\" has no taxonomy term \"%2\"").arg(name, term));
 
     const QString folder = keywordFolderOf(base, term);
-    clsIOFile index;
+    RecordCursor index;
     if (Result<void> opened = index.OpenFile(folder, QStringLiteral("index.qdx")); !opened)
         return failure(opened.message());
     QString text;

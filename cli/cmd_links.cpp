@@ -4,8 +4,8 @@
 
 #include "analysis/AnalysisContext.h"
 #include "analysis/LinkRules.h"
+#include "analysis/PageAnalyser.h"
 #include "analysis/PageSource.h"
-#include "analysis/clsExtractor.h"
 #include "common/Cp1252.h"
 #include "common/CrawlProfile.h"
 
@@ -62,8 +62,8 @@ int runLinks(const QStringList &args)
     // Pages are read in the Windows code page, as the crawl reads them.
     const QString content = fromCp1252(source.value()->bytes());
 
-    clsExtractor extractor(context);
-    QString base = link_rules::trimBlanks(clsExtractor::MakeBaseURL(
+    PageAnalyser extractor(context);
+    QString base = link_rules::trimBlanks(PageAnalyser::MakeBaseURL(
                                               parser.value(QStringLiteral("url")), context.profile))
                        .toString();
     const TextListModel *found = &context.lstResult;

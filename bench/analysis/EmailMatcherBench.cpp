@@ -7,9 +7,9 @@
 
 #include "analysis/EmailMatcher.h"
 #include "analysis/LeadFilters.h"
+#include "analysis/PageAnalyser.h"
 #include "analysis/TextListModel.h"
 #include "analysis/TextSet.h"
-#include "analysis/clsExtractor.h"
 
 #include <QByteArray>
 #include <QFile>

@@ -5,8 +5,8 @@
 
 #include "common/DataFolder.h"
 #include "kb/PageStore.h"
+#include "kb/RecordCursor.h"
 #include "kb/ScrambleLine.h"
-#include "kb/clsIOFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -69,7 +69,7 @@ void BM_PageThroughIndex(benchmark::State &state)
     const QString folder = storeAll(home.filePath(QStringLiteral("KB")), kPages);
     int rows = 0;
     for (auto _ : state) {
-        clsIOFile cursor;
+        RecordCursor cursor;
         (void)cursor.OpenFile(folder, QStringLiteral("index.qdx"));
         (void)cursor.MoveFirst();
         rows = cursor.RowCount();
@@ -96,7 +96,7 @@ void BM_WriteDataOn5000Rows(benchmark::State &state)
     (void)file.open(QIODevice::WriteOnly);
     file.write(content);
     file.close();
-    clsIOFile cursor;
+    RecordCursor cursor;
     (void)cursor.OpenFile(folder, QStringLiteral("index.qdx"));
     const QString replacement = ScrambleLine(QStringView(u"2500##http://other.test/")).value();
     for (auto _ : state)

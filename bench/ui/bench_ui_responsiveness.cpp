@@ -14,9 +14,9 @@
 #include "UiLatency.h"
 
 #include "common/DataFolder.h"
-#include "ui/frmInputBox.h"
-#include "ui/frmMain.h"
-#include "ui/frmMsgBox.h"
+#include "ui/HarvestWindow.h"
+#include "ui/InputDialog.h"
+#include "ui/MessageDialog.h"
 
 #include "../../tests/engine/download/NginxSite.h"
 
@@ -46,7 +46,7 @@ QString ms(qint64 ns)
 }
 
 template <typename W>
-W *control(frmMain &window, const char *name)
+W *control(HarvestWindow &window, const char *name)
 {
     W *widget = window.findChild<W *>(QLatin1String(name));
     if (!widget)
@@ -58,7 +58,7 @@ W *control(frmMain &window, const char *name)
 // matches every page title of the site, the site's start page as the one URL of the list,
 // the page limit at `pages` and no lead limit to speak of; then Next through to the result
 // tab.
-void fillWizard(frmMain &window, const QString &startUrl, int pages)
+void fillWizard(HarvestWindow &window, const QString &startUrl, int pages)
 {
     const std::map<InputMode, QString> typed{{InputMode::AddKnowledgebase, QStringLiteral("Bench")},
                                              {InputMode::AddTaxonomy, QStringLiteral("Page")},
@@ -176,7 +176,8 @@ int main(int argc, char **argv)
         return 1;
     }
 
-    frmMain window(frmMain::Options{QUrl(site.url(QStringLiteral("/"))), CrawlProfile::Modern});
+    HarvestWindow window(
+        HarvestWindow::Options{QUrl(site.url(QStringLiteral("/"))), CrawlProfile::Modern});
     const QStringList size = parser.value(sizeOption).split(QLatin1Char('x'));
     window.resize(size.value(0).toInt(), size.value(1).toInt());
     window.show();

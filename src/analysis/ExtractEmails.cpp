@@ -1,6 +1,6 @@
 #include "analysis/EmailMatcher.h"
 #include "analysis/FragmentSearch.h"
-#include "analysis/clsExtractor.h"
+#include "analysis/PageAnalyser.h"
 
 #include <QByteArray>
 #include <QList>

@@ -1,6 +1,6 @@
 #include "engine/CrawlWiring.h"
 
-#include "analysis/clsExtractor.h"
+#include "analysis/PageAnalyser.h"
 #include "engine/CrawlSlots.h"
 #include "engine/EngineList.h"
 #include "engine/SearchListProvider.h"
@@ -12,12 +12,12 @@ ExtractorAnalysis::ExtractorAnalysis(AnalysisContext &context) : m_context(conte
 {
     static_assert(crawl::kSlotGroups == 7);
     for (auto &analyser : m_analysers)
-        analyser = std::make_unique<clsExtractor>(context);
+        analyser = std::make_unique<PageAnalyser>(context);
 }
 
 ExtractorAnalysis::~ExtractorAnalysis() = default;
 
-clsExtractor &ExtractorAnalysis::analyser(int group)
+PageAnalyser &ExtractorAnalysis::analyser(int group)
 {
     return *m_analysers.at(std::size_t(qBound(0, group, crawl::kSlotGroups - 1)));
 }
@@ -53,7 +53,7 @@ void ExtractorAnalysis::clearLinkQueue()
 
 QString ExtractorAnalysis::MakeBaseURL(const QString &url) const
 {
-    return clsExtractor::MakeBaseURL(url, m_context.profile);
+    return PageAnalyser::MakeBaseURL(url, m_context.profile);
 }
 
 void ExtractorAnalysis::FetchLinks(int group, const QString &content, const QString &base)

@@ -13,7 +13,7 @@ namespace corvane {
 class AnalysisContext;
 class PageStore;
 class SearchListProvider;
-class clsExtractor;
+class PageAnalyser;
 
 // Page analysis for the crawl: the harvest's analysis context with one analyser per slot
 // group, and the lead counter the run limits read.
@@ -44,10 +44,10 @@ public:
     QStringList leads() const override;
 
 private:
-    clsExtractor &analyser(int group);
+    PageAnalyser &analyser(int group);
 
     AnalysisContext &m_context;
-    std::array<std::unique_ptr<clsExtractor>, 7> m_analysers;
+    std::array<std::unique_ptr<PageAnalyser>, 7> m_analysers;
     qint32 m_leadCounter = 0;
 };
 

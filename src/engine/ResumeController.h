@@ -11,7 +11,7 @@ namespace corvane {
 
 class ConnectionCheck;
 
-// Captions of the "Resume Support" dialog `frmMessage`.
+// Captions of the "Resume Support" dialog `ResumeDialog`.
 namespace ResumeTexts {
 inline const QString Caption = QStringLiteral("Resume Support");
 inline const QString Title = QStringLiteral(

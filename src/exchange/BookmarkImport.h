@@ -7,8 +7,8 @@
 
 namespace corvane {
 
-// The import behind frmImport: every web address linked from a bookmark file (a browser's
-// HTML bookmark export, or any page of links) is appended to the context's lstURLList, as
+// The import behind BookmarkImportDialog: every web address linked from a bookmark file (a
+// browser's HTML bookmark export, or any page of links) is appended to the context's lstURLList, as
 // the main window's start URLs. The file is cut into anchors and each anchor is taken by
 // the result-page link rules, which list absolute addresses only while the search-engine
 // option is off (the import runs with the main window in that state).

@@ -9,7 +9,7 @@
 
 namespace corvane {
 
-// The export behind frmImportLeads: leads read from a lead file or sheet into lstEmail,
+// The export behind VCardExportWindow: leads read from a lead file or sheet into lstEmail,
 // the category list, and the export of every listed lead as a contact (one vCard file that
 // Outlook and other mail programs import). A window shows the list and forwards clicks; the
 // command line drives the same object.

@@ -1,6 +1,6 @@
 #include "scan/LeadsScan.h"
 
-#include "analysis/clsExtractor.h"
+#include "analysis/PageAnalyser.h"
 #include "common/LeadFile.h"
 
 #include <QDir>

@@ -21,7 +21,7 @@
 
 namespace corvane {
 
-// The leads scan behind frmExtractor: scans one file or the files of a folder tree whose
+// The leads scan behind LeadsScanWindow: scans one file or the files of a folder tree whose
 // type is checked, lists every new address that passes the ending rule, and saves the list
 // as a lead file. It owns the window's state (type list, lead list, own lead set, files
 // counter) so that a window only shows it and forwards clicks; the command line drives the

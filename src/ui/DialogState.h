@@ -12,13 +12,13 @@ namespace corvane {
 // next dialog should appear and which help page to show. One set per process.
 struct DialogState
 {
-    QString message;                // last text shown by frmMsgBox
-    QString inputText;              // last text accepted by frmInputBox
+    QString message;                // last text shown by MessageDialog
+    QString inputText;              // last text accepted by InputDialog
     qint16 inputMode = 0;           // mode of the last input box
-    qint16 requestKind = 0;         // confirmation request kind (frmDel)
-    QString question;               // confirmation question text (frmDel)
+    qint16 requestKind = 0;         // confirmation request kind (DeleteConfirmDialog)
+    QString question;               // confirmation question text (DeleteConfirmDialog)
     std::optional<QPoint> position; // screen position for the next input box
-    QString helpAddress;            // page (and anchor) frmHelp shows next
+    QString helpAddress;            // page (and anchor) HelpWindow shows next
 };
 
 DialogState &dialogState();

@@ -1,7 +1,7 @@
 // Lead extraction: the ending rule, the user's filters, their order and the lead limit.
 
 #include "analysis/AnalysisContext.h"
-#include "analysis/clsExtractor.h"
+#include "analysis/PageAnalyser.h"
 
 #include "support/TestSupport.h"
 
@@ -196,8 +196,8 @@ TEST(LeadExtraction, ContextExtractorUsesTheContextsLeadSet)
 {
     AnalysisContext context;
     context.filters.addressFilters = AddressFilterList(QStringLiteral(".com#"));
-    clsExtractor slotGroupA(context);
-    clsExtractor slotGroupB(context);
+    PageAnalyser slotGroupA(context);
+    PageAnalyser slotGroupB(context);
     EXPECT_EQ(slotGroupA.ExtractEmails(QByteArrayView("a@b.com")), 1);
     EXPECT_EQ(slotGroupB.ExtractEmails(QStringView(u"a@b.com \u00e9c@d.com")), 1);
     EXPECT_EQ(context.lstMailList.texts(), QStringList({"a@b.com", "c@d.com"}));

@@ -1,7 +1,7 @@
 // Link extraction in start-URL mode (link pattern) and search-engine mode (anchors).
 
 #include "analysis/AnalysisContext.h"
-#include "analysis/clsExtractor.h"
+#include "analysis/PageAnalyser.h"
 
 #include <QSignalSpy>
 
@@ -20,37 +20,37 @@ QString href(const QString &value)
 
 TEST(MakeBaseURL, CutsThePageURLToItsDirectory)
 {
-    EXPECT_EQ(clsExtractor::MakeBaseURL("http://host.com"), "http://host.com")
+    EXPECT_EQ(PageAnalyser::MakeBaseURL("http://host.com"), "http://host.com")
         << "no path: unchanged";
-    EXPECT_EQ(clsExtractor::MakeBaseURL("http://host.com/"), "http://host.com")
+    EXPECT_EQ(PageAnalyser::MakeBaseURL("http://host.com/"), "http://host.com")
         << "a lone / is dropped";
-    EXPECT_EQ(clsExtractor::MakeBaseURL("http://host.com/a/b.html"), "http://host.com/a");
-    EXPECT_EQ(clsExtractor::MakeBaseURL("http://host.com/a/"), "http://host.com/a");
-    EXPECT_EQ(clsExtractor::MakeBaseURL("HTTP://Host.com/A/b.html"), "HTTP://Host.com/A")
+    EXPECT_EQ(PageAnalyser::MakeBaseURL("http://host.com/a/b.html"), "http://host.com/a");
+    EXPECT_EQ(PageAnalyser::MakeBaseURL("http://host.com/a/"), "http://host.com/a");
+    EXPECT_EQ(PageAnalyser::MakeBaseURL("HTTP://Host.com/A/b.html"), "HTTP://Host.com/A")
         << "letter case kept";
-    EXPECT_EQ(clsExtractor::MakeBaseURL("http://host.com/a//b.html"), "")
+    EXPECT_EQ(PageAnalyser::MakeBaseURL("http://host.com/a//b.html"), "")
         << "a // after the scheme";
-    EXPECT_EQ(clsExtractor::MakeBaseURL("http://h.com/r?u=http://x.com/y"), "");
-    EXPECT_EQ(clsExtractor::MakeBaseURL(""), "");
-    EXPECT_EQ(clsExtractor::MakeBaseURL("a/b"), "a/b") << "slash before position 8";
+    EXPECT_EQ(PageAnalyser::MakeBaseURL("http://h.com/r?u=http://x.com/y"), "");
+    EXPECT_EQ(PageAnalyser::MakeBaseURL(""), "");
+    EXPECT_EQ(PageAnalyser::MakeBaseURL("a/b"), "a/b") << "slash before position 8";
 }
 
 TEST(MakeBaseURL, SecureSchemeOnlyUnderModernProfile)
 {
-    EXPECT_EQ(clsExtractor::MakeBaseURL("https://host.com/a/b.html"), "https://host.com/a");
+    EXPECT_EQ(PageAnalyser::MakeBaseURL("https://host.com/a/b.html"), "https://host.com/a");
     // Classic reads the second slash of "https://" as the path.
-    EXPECT_EQ(clsExtractor::MakeBaseURL("https://host.com"), "https:/");
-    EXPECT_EQ(clsExtractor::MakeBaseURL("https://host.com", CrawlProfile::Modern),
+    EXPECT_EQ(PageAnalyser::MakeBaseURL("https://host.com"), "https:/");
+    EXPECT_EQ(PageAnalyser::MakeBaseURL("https://host.com", CrawlProfile::Modern),
               "https://host.com");
-    EXPECT_EQ(clsExtractor::MakeBaseURL("https://host.com/", CrawlProfile::Modern),
+    EXPECT_EQ(PageAnalyser::MakeBaseURL("https://host.com/", CrawlProfile::Modern),
               "https://host.com");
-    EXPECT_EQ(clsExtractor::MakeBaseURL("https://host.com/a//b", CrawlProfile::Modern), "");
+    EXPECT_EQ(PageAnalyser::MakeBaseURL("https://host.com/a//b", CrawlProfile::Modern), "");
 }
 
 TEST(StartPageLinks, RelativeFormsJoinTheBaseDirectory)
 {
     AnalysisContext ctx;
-    clsExtractor extractor(ctx);
+    PageAnalyser extractor(ctx);
     const QString base = "http://h.com/dir";
     const QString page = href("/x.html") + href("../y.html") + href("z.html") + href("sub/w.htm") +
                          href("page.html#frag") + href("#top.html") + "<a HREF=\"UP.HTML\">" +
@@ -66,7 +66,7 @@ TEST(StartPageLinks, RelativeFormsJoinTheBaseDirectory)
 TEST(StartPageLinks, AbsoluteAndMailLinks)
 {
     AnalysisContext ctx;
-    clsExtractor extractor(ctx);
+    PageAnalyser extractor(ctx);
     const QString page = href("http://other.org/p.html") + href("HTTP://Up.org/Q.html") +
                          href("mailto:a@b.com") + href("http://a.com/x@y.html") +
                          href("https://s.com/a.html");
@@ -77,11 +77,11 @@ TEST(StartPageLinks, AbsoluteAndMailLinks)
 
     AnalysisContext modern;
     modern.profile = CrawlProfile::Modern;
-    clsExtractor(modern).FetchURLLinks(href("https://s.com/a.html"), "http://h.com");
+    PageAnalyser(modern).FetchURLLinks(href("https://s.com/a.html"), "http://h.com");
     EXPECT_EQ(modern.lstResult.texts(), QStringList({"https://s.com/a.html"}));
 
     AnalysisContext atBase;
-    clsExtractor(atBase).FetchURLLinks(href("x.html") + href("http://ok.com/a.html"),
+    PageAnalyser(atBase).FetchURLLinks(href("x.html") + href("http://ok.com/a.html"),
                                        "http://u@h.com");
     EXPECT_EQ(atBase.lstResult.texts(), QStringList({"http://ok.com/a.html"}))
         << "base with @ drops relative links";
@@ -91,15 +91,15 @@ TEST(StartPageLinks, NoFilterOrSameSiteRuleOnTheStartPage)
 {
     AnalysisContext ctx;
     ctx.filters.excludedDomains = {QStringLiteral("other")};
-    clsExtractor(ctx).FetchURLLinks(href("http://other.org/p.html"), "http://h.com");
+    PageAnalyser(ctx).FetchURLLinks(href("http://other.org/p.html"), "http://h.com");
     EXPECT_EQ(ctx.lstResult.count(), 1);
 }
 
 TEST(SeenUrls, OneSetAcrossExtractorsAndCaseSensitive)
 {
     AnalysisContext ctx;
-    clsExtractor first(ctx);
-    clsExtractor second(ctx);
+    PageAnalyser first(ctx);
+    PageAnalyser second(ctx);
     first.FetchURLLinks(href("http://h.com/a.html") + href("http://h.com/a.html"), "http://h.com");
     second.FetchURLDetails(href("http://h.com/a.html") + href("http://h.com/A.html"),
                            "http://h.com/x");
@@ -113,7 +113,7 @@ TEST(StartDetailLinks, StayOnTheHostAndResolveAgainstIt)
 {
     AnalysisContext ctx;
     ctx.filters.excludedDomains = {QStringLiteral("ADS")};
-    clsExtractor extractor(ctx);
+    PageAnalyser extractor(ctx);
     const QString page = href("sub/x.html") + href("/root.html") + href("../up.html") +
                          href("http://other.org/a.html") + href("http://H.COM/b.html") +
                          href("http://h.com/ads/c.html") + href("ads/d.html") +
@@ -130,7 +130,7 @@ TEST(StartDetailLinks, StayOnTheHostAndResolveAgainstIt)
 TEST(StartDetailLinks, BareWwwLinkIsNeverListed)
 {
     AnalysisContext ctx;
-    clsExtractor(ctx).FetchURLDetails(href("http://www. ") + href("http://www.x.com"),
+    PageAnalyser(ctx).FetchURLDetails(href("http://www. ") + href("http://www.x.com"),
                                       "http://www.");
     EXPECT_EQ(ctx.lstDetails.texts(), QStringList({"http://www.x.com"}));
 }
@@ -139,7 +139,7 @@ TEST(StartDetailLinks, SecureHostUnderModernProfile)
 {
     AnalysisContext ctx;
     ctx.profile = CrawlProfile::Modern;
-    clsExtractor(ctx).FetchURLDetails(href("a/b.html") + href("https://s.com/c.html") +
+    PageAnalyser(ctx).FetchURLDetails(href("a/b.html") + href("https://s.com/c.html") +
                                           href("http://t.com/d.html"),
                                       "https://s.com/dir");
     EXPECT_EQ(ctx.lstDetails.texts(),
@@ -150,7 +150,7 @@ TEST(ResultPageLinks, OnlyAbsoluteHttpLowerCased)
 {
     AnalysisContext ctx;
     ctx.firstPagePending = true;
-    clsExtractor extractor(ctx);
+    PageAnalyser extractor(ctx);
     const QString page = href("http://Result.com/Page.html") + href("http://a.com/q?x+y") +
                          href("https://s.com/") + href("/relative.html") + href("mailto:x@y.com") +
                          "<a href=http://bare.com/b.html>b</a>" +
@@ -171,20 +171,20 @@ TEST(ResultPageLinks, EmptyResultKeepsTheFirstPagePending)
 {
     AnalysisContext ctx;
     ctx.firstPagePending = true;
-    clsExtractor(ctx).FetchLinks(href("/only/relative.html"), QString());
+    PageAnalyser(ctx).FetchLinks(href("/only/relative.html"), QString());
     EXPECT_EQ(ctx.resultCount, 0);
     EXPECT_TRUE(ctx.firstPagePending);
 
     AnalysisContext modern;
     modern.profile = CrawlProfile::Modern;
-    clsExtractor(modern).FetchLinks(href("https://S.com/p"), QString());
+    PageAnalyser(modern).FetchLinks(href("https://S.com/p"), QString());
     EXPECT_EQ(modern.lstResult.texts(), QStringList({"https://s.com/p"}));
 }
 
 TEST(DetailPageLinks, ResolveAgainstTheSiteRoot)
 {
     AnalysisContext ctx;
-    clsExtractor extractor(ctx);
+    PageAnalyser extractor(ctx);
     QString base = "http://www.firm.com/dir/page.html";
     const QString page = href("../../a.html") + href("/../../b.html") + href("./c.html") +
                          href("../d.html") + href("e.html") + href("/f.html") +
@@ -203,7 +203,7 @@ TEST(DetailPageLinks, DroppedLinks)
 {
     AnalysisContext ctx;
     ctx.filters.excludedDomains = {QStringLiteral("private")};
-    clsExtractor extractor(ctx);
+    PageAnalyser extractor(ctx);
     QString base = "http://www.firm.com/x";
     const QString page =
         href("http://other.com/a.html") + href("http://www.firm.com/file.ZIP") + href("style.css") +
@@ -217,7 +217,7 @@ TEST(DetailPageLinks, TwoLabelHostKeepsOnlyTheLastLabelAsSite)
 {
     AnalysisContext ctx;
     QString base = "http://firm.com/";
-    clsExtractor(ctx).FetchDetails(
+    PageAnalyser(ctx).FetchDetails(
         href("http://other.com/p.html") + href("http://other.org/q.html"), base);
     EXPECT_EQ(ctx.lstDetails.texts(), QStringList({"http://other.com/p.html"}));
 }
@@ -227,14 +227,14 @@ TEST(DetailPageLinks, SecureSchemeOnlyUnderModernProfile)
     const QString page = href("https://www.firm.com/a.html") + href("b.html");
     AnalysisContext classic;
     QString classicBase = "https://www.firm.com/dir/p.html";
-    clsExtractor(classic).FetchDetails(page, classicBase);
+    PageAnalyser(classic).FetchDetails(page, classicBase);
     EXPECT_EQ(classicBase, "https:/");
     EXPECT_TRUE(classic.lstDetails.isEmpty());
 
     AnalysisContext modern;
     modern.profile = CrawlProfile::Modern;
     QString modernBase = "https://www.firm.com/dir/p.html";
-    clsExtractor(modern).FetchDetails(page, modernBase);
+    PageAnalyser(modern).FetchDetails(page, modernBase);
     EXPECT_EQ(modernBase, "https://www.firm.com");
     EXPECT_EQ(modern.lstDetails.texts(),
               QStringList({"https://www.firm.com/a.html", "https://www.firm.com/b.html"}));
@@ -247,7 +247,7 @@ TEST(HostileLinks, HugeInputsStayBoundedAndCorrect)
     for (int i = 0; i < 100000; ++i)
         open += QStringLiteral("<a href=\"http://h%1.com/\">").arg(i);
     AnalysisContext ctx;
-    clsExtractor extractor(ctx);
+    PageAnalyser extractor(ctx);
     extractor.FetchLinks(open, QString());
     EXPECT_TRUE(ctx.lstResult.isEmpty());
     EXPECT_EQ(ctx.anchorValues, QStringList({QString()}));
@@ -259,7 +259,7 @@ TEST(HostileLinks, HugeInputsStayBoundedAndCorrect)
     // One 8 MB line of href=" with no closing quote and no period.
     AnalysisContext line;
     const QString endless = QStringLiteral("href=\"") + QString(8 << 20, QLatin1Char('x'));
-    clsExtractor(line).FetchURLLinks(endless + endless, "http://h.com");
+    PageAnalyser(line).FetchURLLinks(endless + endless, "http://h.com");
     EXPECT_TRUE(line.lstResult.isEmpty());
 }
 
@@ -267,7 +267,7 @@ TEST(SeenUrls, APageReachesTheViewsInOneInsertionPerList)
 {
     AnalysisContext ctx;
     ctx.filters.addressFilters = AddressFilterList(QStringLiteral(".com#"));
-    clsExtractor extractor(ctx);
+    PageAnalyser extractor(ctx);
     QSignalSpy results(&ctx.lstResult, &QAbstractItemModel::rowsInserted);
     QSignalSpy details(&ctx.lstDetails, &QAbstractItemModel::rowsInserted);
     QSignalSpy leads(&ctx.lstMailList, &QAbstractItemModel::rowsInserted);

@@ -5,7 +5,7 @@
 #include "kb/Catalogues.h"
 #include "kb/Deletion.h"
 #include "kb/KnowledgeBaseCatalogue.h"
-#include "kb/clsIOFile.h"
+#include "kb/RecordCursor.h"
 
 #include <QDir>
 #include <QRandomGenerator>
@@ -36,7 +36,7 @@ void readEverything(const QString &indexFolder)
     if (dialog.open(1))
         (void)dialog.knowledgeBases();
 
-    clsIOFile cursor;
+    RecordCursor cursor;
     (void)cursor.OpenFile(indexFolder, QStringLiteral("index.qdx"));
     for (int row = -1; row <= cursor.RowCount() + 1; ++row)
         (void)cursor.GetDataFromRow(row);
@@ -93,7 +93,7 @@ TEST(Robustness, FailedIndexRewriteKeepsTheIndexAndItsPages)
     writeFile(folder + QStringLiteral("/1.htm"), "one");
     const QByteArray before = readFile(folder + QStringLiteral("/index.qdx"));
 
-    clsIOFile cursor;
+    RecordCursor cursor;
     ASSERT_TRUE(cursor.OpenFile(folder, QStringLiteral("index.qdx")));
     const qint64 rewrittenSize = storedFile({"2##http://b.test/"}).size();
     for (const qint64 failAfter : {qint64(0), qint64(5), rewrittenSize - 1}) {

@@ -5,10 +5,10 @@
 #include "kb/KnowledgeBaseCatalogue.h"
 #include "kb/PageStore.h"
 #include "kb/ScrambleLine.h"
-#include "ui/frmDel.h"
-#include "ui/frmMsgBox.h"
+#include "ui/DeleteConfirmDialog.h"
+#include "ui/MessageDialog.h"
 #include "viewer/PageView.h"
-#include "viewer/frmViewer.h"
+#include "viewer/ViewerWindow.h"
 
 #include <QComboBox>
 #include <QDir>
@@ -34,7 +34,7 @@ class ViewerTest : public ::testing::Test
 {
 protected:
     void SetUp() override { root = QDir(home.path()).filePath(QStringLiteral("kb")); }
-    void TearDown() override { frmDel::setAnswerHook({}); }
+    void TearDown() override { DeleteConfirmDialog::setAnswerHook({}); }
 
     // A knowledge base through the store, with `counts[i]` pages under term i.
     void harvest(const QString &base, const QStringList &terms, const QList<int> &counts)
@@ -56,17 +56,17 @@ protected:
     }
 
     template <typename T>
-    T *child(frmViewer &viewer, const char *name)
+    T *child(ViewerWindow &viewer, const char *name)
     {
         T *found = viewer.findChild<T *>(QString::fromLatin1(name));
         EXPECT_NE(found, nullptr) << name;
         return found;
     }
-    QString text(frmViewer &viewer, const char *label)
+    QString text(ViewerWindow &viewer, const char *label)
     {
         return child<QLabel>(viewer, label)->text();
     }
-    void click(frmViewer &viewer, const char *name)
+    void click(ViewerWindow &viewer, const char *name)
     {
         QPushButton *b = child<QPushButton>(viewer, name);
         ASSERT_TRUE(b->isEnabled()) << name;
@@ -80,13 +80,13 @@ protected:
 TEST_F(ViewerTest, WithoutKnowledgeBaseShowsPlaceholderAndDisablesPageButtons)
 {
     MessageCapture messages;
-    frmViewer viewer;
+    ViewerWindow viewer;
     EXPECT_EQ(child<QComboBox>(viewer, "cmbMailList")->count(), 0);
     EXPECT_EQ(child<QComboBox>(viewer, "cmbKeyword")->count(), 0);
     for (const char *name :
          {"cmdFirst", "cmdPrevious", "cmdNext", "cmdLast", "cmdDel", "cmdView", "cmdDelKB"})
         EXPECT_FALSE(child<QPushButton>(viewer, name)->isEnabled()) << name;
-    EXPECT_EQ(viewer.webPage()->requestedUrl(), frmViewer::placeholderPage());
+    EXPECT_EQ(viewer.webPage()->requestedUrl(), ViewerWindow::placeholderPage());
     EXPECT_TRUE(QFileInfo::exists(home.file(QStringLiteral("IOFiles/KBMailGroup.qdx"))));
     EXPECT_TRUE(messages.messages().isEmpty());
 }
@@ -95,7 +95,7 @@ TEST_F(ViewerTest, PagesThroughAKeywordFromFirstToLast)
 {
     harvest(QStringLiteral("Birds"), {QStringLiteral("crow"), QStringLiteral("wren")}, {3, 1});
     MessageCapture messages;
-    frmViewer viewer;
+    ViewerWindow viewer;
     auto *kbs = child<QComboBox>(viewer, "cmbMailList");
     ASSERT_EQ(kbs->count(), 1);
     EXPECT_TRUE(kbs->itemText(0).startsWith(QStringLiteral("Birds")));
@@ -133,7 +133,7 @@ TEST_F(ViewerTest, DeletePageRemovesTheRowThenTheKeywordThenAsksForTheKnowledgeB
 {
     harvest(QStringLiteral("Birds"), {QStringLiteral("crow"), QStringLiteral("wren")}, {2, 1});
     MessageCapture messages;
-    frmViewer viewer;
+    ViewerWindow viewer;
     auto *keywords = child<QComboBox>(viewer, "cmbKeyword");
     const QString crowFolder = viewer.currentKeywordFolder();
 
@@ -153,7 +153,7 @@ TEST_F(ViewerTest, DeletePageRemovesTheRowThenTheKeywordThenAsksForTheKnowledgeB
 
     // The only page of the only keyword: the viewer asks to delete the knowledge base.
     QString asked;
-    frmDel::setAnswerHook([&](const frmDel &dialog) {
+    DeleteConfirmDialog::setAnswerHook([&](const DeleteConfirmDialog &dialog) {
         asked = dialog.request().question;
         EXPECT_EQ(dialog.request().kind, int(DeleteRequestKind::KnowledgeBase));
         return false;
@@ -163,11 +163,11 @@ TEST_F(ViewerTest, DeletePageRemovesTheRowThenTheKeywordThenAsksForTheKnowledgeB
     EXPECT_TRUE(asked.endsWith(QStringLiteral(" Knowledgbase?")));
     EXPECT_EQ(text(viewer, "lblTotalNum"), QStringLiteral("1")); // declined: still there
 
-    frmDel::setAnswerHook([](const frmDel &) { return true; });
+    DeleteConfirmDialog::setAnswerHook([](const DeleteConfirmDialog &) { return true; });
     click(viewer, "cmdDel");
     EXPECT_EQ(child<QComboBox>(viewer, "cmbMailList")->count(), 0);
     EXPECT_EQ(text(viewer, "lblTotalNum"), QStringLiteral("0"));
-    EXPECT_EQ(viewer.webPage()->requestedUrl(), frmViewer::placeholderPage());
+    EXPECT_EQ(viewer.webPage()->requestedUrl(), ViewerWindow::placeholderPage());
     EXPECT_TRUE(QDir(root).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty());
     EXPECT_FALSE(child<QPushButton>(viewer, "cmdDel")->isEnabled());
 }
@@ -176,10 +176,10 @@ TEST_F(ViewerTest, DeleteKnowledgeBaseKeepsTheOthers)
 {
     harvest(QStringLiteral("Birds"), {QStringLiteral("crow")}, {1});
     harvest(QStringLiteral("Fish"), {QStringLiteral("carp")}, {2});
-    frmViewer viewer;
+    ViewerWindow viewer;
     auto *kbs = child<QComboBox>(viewer, "cmbMailList");
     ASSERT_EQ(kbs->count(), 2);
-    frmDel::setAnswerHook([](const frmDel &) { return true; });
+    DeleteConfirmDialog::setAnswerHook([](const DeleteConfirmDialog &) { return true; });
     click(viewer, "cmdDelKB");
     ASSERT_EQ(kbs->count(), 1);
     EXPECT_TRUE(kbs->itemText(0).startsWith(QStringLiteral("Fish")));
@@ -198,7 +198,7 @@ TEST_F(ViewerTest, KeywordWithoutIndexAndBadRecordsAreReported)
                     *ScrambleLine(QByteArrayView("no separator")) + "\r\n");
 
     MessageCapture messages;
-    frmViewer viewer;
+    ViewerWindow viewer;
     ASSERT_FALSE(messages.messages().isEmpty());
     EXPECT_EQ(messages.messages().first(),
               QStringLiteral("No matching records found for the selected keyword."));
@@ -215,7 +215,7 @@ TEST_F(ViewerTest, AddressBoxAndOriginalPageFollowTheConnection)
 {
     harvest(QStringLiteral("Birds"), {QStringLiteral("crow")}, {1});
     MessageCapture messages;
-    frmViewer viewer;
+    ViewerWindow viewer;
     const QUrl saved = viewer.webPage()->requestedUrl();
 
     test::FixedConnection offline(false);
@@ -241,10 +241,10 @@ TEST_F(ViewerTest, AddressBoxAndOriginalPageFollowTheConnection)
 
 TEST_F(ViewerTest, ToolButtonsOpenOneWindowEachAndAreReachableByTab)
 {
-    frmViewer viewer;
+    ViewerWindow viewer;
     int made = 0;
     QWidget *made1 = nullptr;
-    viewer.setWindowFactory(frmViewer::Tool::LeadsScan, [&](QWidget *) {
+    viewer.setWindowFactory(ViewerWindow::Tool::LeadsScan, [&](QWidget *) {
         ++made;
         made1 = new QWidget;
         made1->setAttribute(Qt::WA_DeleteOnClose);

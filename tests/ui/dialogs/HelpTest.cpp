@@ -1,6 +1,6 @@
 #include "support/TestSupport.h"
 #include "ui/DialogState.h"
-#include "ui/frmHelp.h"
+#include "ui/HelpWindow.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -76,7 +76,7 @@ TEST(HelpPages, PagesAreCopiedToDiskWithoutOverwritingTheUsersOwn)
 TEST(HelpWindow, OneWindowGoesToEachNewAddress)
 {
     test::TempDataFolder home;
-    frmHelp *first = frmHelp::showHelp(help::kMainPage, help::mainWindowAnchor(3));
+    HelpWindow *first = HelpWindow::showHelp(help::kMainPage, help::mainWindowAnchor(3));
     ASSERT_NE(first, nullptr);
     EXPECT_TRUE(first->isVisible());
     EXPECT_EQ(first->helpAddress().fragment(), QStringLiteral("filter"));
@@ -85,11 +85,11 @@ TEST(HelpWindow, OneWindowGoesToEachNewAddress)
 #ifndef CORVANE_HAVE_WEBENGINE
     EXPECT_EQ(first->shownAddress(), first->helpAddress());
 #endif
-    frmHelp *second = frmHelp::showHelp(help::kVerifierPage);
+    HelpWindow *second = HelpWindow::showHelp(help::kVerifierPage);
     EXPECT_EQ(second, first);
     EXPECT_TRUE(second->helpAddress().path().endsWith(QLatin1String("/leadsverifier.htm")));
     first->close();
     QTest::qWait(0);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_EQ(frmHelp::instance(), nullptr);
+    EXPECT_EQ(HelpWindow::instance(), nullptr);
 }

@@ -1,7 +1,7 @@
 #include "support/TestSupport.h"
 #include "ui/DialogState.h"
-#include "ui/frmInputBox.h"
-#include "ui/frmMsgBox.h"
+#include "ui/InputDialog.h"
+#include "ui/MessageDialog.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -87,7 +87,7 @@ protected:
 
 TEST_F(InputBoxTest, EnterInTheFieldAcceptsAndRunsTheOperation)
 {
-    frmInputBox box(4, log.operations());
+    InputDialog box(4, log.operations());
     box.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&box));
     EXPECT_EQ(box.findChild<QLabel *>(QStringLiteral("lblPrompt"))->text(),
@@ -106,7 +106,7 @@ TEST_F(InputBoxTest, EnterInTheFieldAcceptsAndRunsTheOperation)
 
 TEST_F(InputBoxTest, EmptyTextShowsTheModesMessageAndKeepsTheDialogOpen)
 {
-    frmInputBox box(4, log.operations());
+    InputDialog box(4, log.operations());
     box.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&box));
     QTest::keyClick(box.txtInput(), Qt::Key_Return);
@@ -121,7 +121,7 @@ TEST_F(InputBoxTest, EmptyTextShowsTheModesMessageAndKeepsTheDialogOpen)
 
 TEST_F(InputBoxTest, UrlWithoutHttpIsRefusedAndFieldReset)
 {
-    frmInputBox box(1, log.operations());
+    InputDialog box(1, log.operations());
     box.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&box));
     EXPECT_EQ(box.txtInput()->text(), QStringLiteral("http://"));
@@ -144,7 +144,7 @@ TEST_F(InputBoxTest, UrlWithoutHttpIsRefusedAndFieldReset)
 TEST_F(InputBoxTest, EscapeCancelAndItsMnemonicRunNothing)
 {
     {
-        frmInputBox box(2, log.operations());
+        InputDialog box(2, log.operations());
         box.show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&box));
         QTest::keyClicks(box.txtInput(), QStringLiteral("crow"));
@@ -153,7 +153,7 @@ TEST_F(InputBoxTest, EscapeCancelAndItsMnemonicRunNothing)
         EXPECT_FALSE(box.isVisible());
     }
     {
-        frmInputBox box(2, log.operations());
+        InputDialog box(2, log.operations());
         box.show();
         box.activateWindow();
         ASSERT_TRUE(QTest::qWaitForWindowActive(&box));
@@ -168,7 +168,7 @@ TEST_F(InputBoxTest, EscapeCancelAndItsMnemonicRunNothing)
 
 TEST_F(InputBoxTest, TabOrderAndOkMnemonic)
 {
-    frmInputBox box(7, log.operations());
+    InputDialog box(7, log.operations());
     box.show();
     box.activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&box));
@@ -184,7 +184,7 @@ TEST_F(InputBoxTest, TabOrderAndOkMnemonic)
 
     // Enter on a focused Cancel cancels rather than accepting.
     {
-        frmInputBox other(7, log.operations());
+        InputDialog other(7, log.operations());
         other.show();
         other.activateWindow();
         ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
@@ -207,7 +207,7 @@ TEST_F(InputBoxTest, TabOrderAndOkMnemonic)
 TEST_F(InputBoxTest, AskInputRunsModallyAtTheGivenPlace)
 {
     QTimer::singleShot(0, [] {
-        auto *box = qobject_cast<frmInputBox *>(QApplication::activeModalWidget());
+        auto *box = qobject_cast<InputDialog *>(QApplication::activeModalWidget());
         ASSERT_NE(box, nullptr);
         EXPECT_EQ(box->pos(), QPoint(150, 120));
         box->txtInput()->setText(QStringLiteral("news"));

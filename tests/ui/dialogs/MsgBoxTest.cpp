@@ -1,6 +1,6 @@
 #include "support/TestSupport.h"
 #include "ui/DialogState.h"
-#include "ui/frmMsgBox.h"
+#include "ui/MessageDialog.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -23,7 +23,7 @@ TEST_F(MsgBoxTest, ShowsTheTextAndClosesOnEnterEscapeOrMnemonic)
     for (const auto &[key, modifier] :
          {std::pair{Qt::Key_Return, Qt::NoModifier}, std::pair{Qt::Key_Escape, Qt::NoModifier},
           std::pair{Qt::Key_O, Qt::AltModifier}}) {
-        frmMsgBox box(QStringLiteral("Please enter URL."));
+        MessageDialog box(QStringLiteral("Please enter URL."));
         box.show();
         box.activateWindow();
         ASSERT_TRUE(QTest::qWaitForWindowActive(&box));
@@ -38,8 +38,8 @@ TEST_F(MsgBoxTest, ShowsTheTextAndClosesOnEnterEscapeOrMnemonic)
 
 TEST_F(MsgBoxTest, LongTextWrapsInsteadOfWideningPastTheScreen)
 {
-    frmMsgBox box(QString(2000, QLatin1Char('x'))
-                      .replace(QLatin1String("xxxxxxxxxx"), QLatin1String("xxxxxxxxx ")));
+    MessageDialog box(QString(2000, QLatin1Char('x'))
+                          .replace(QLatin1String("xxxxxxxxxx"), QLatin1String("xxxxxxxxx ")));
     box.show();
     EXPECT_TRUE(box.lblMessage()->wordWrap());
     EXPECT_LT(box.width(), 1200);
@@ -49,7 +49,7 @@ TEST_F(MsgBoxTest, ShowMessageIsModalAndRemembersTheText)
 {
     bool sawModal = false;
     QTimer::singleShot(0, [&] {
-        auto *box = qobject_cast<frmMsgBox *>(QApplication::activeModalWidget());
+        auto *box = qobject_cast<MessageDialog *>(QApplication::activeModalWidget());
         sawModal = box != nullptr;
         if (box)
             QTest::keyClick(box, Qt::Key_Return);

@@ -3,9 +3,9 @@
 #include "common/DataFolder.h"
 #include "kb/Catalogues.h"
 #include "kb/KnowledgeBaseCatalogue.h"
-#include "ui/frmDel.h"
-#include "ui/frmDelMailGroup.h"
-#include "ui/frmMsgBox.h"
+#include "ui/DeleteConfirmDialog.h"
+#include "ui/MailGroupDeleteDialog.h"
+#include "ui/MessageDialog.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -32,7 +32,7 @@ protected:
 std::optional<DeleteOutcome> answerWithKey(const DeleteRequest &request, Qt::Key key,
                                            Qt::KeyboardModifiers modifiers = Qt::NoModifier)
 {
-    frmDel dialog(request);
+    DeleteConfirmDialog dialog(request);
     EXPECT_EQ(dialog.lblQuestion()->text(), request.question);
     dialog.show();
     dialog.activateWindow();
@@ -68,28 +68,28 @@ TEST_F(DeleteDialogsTest, YesReplacesTheLeadFileAndNoOrEscapeLeaveIt)
 
 TEST_F(DeleteDialogsTest, KindsChangeTheirListsAndSkipFlag)
 {
-    frmDel::setAnswerHook([](const frmDel &) { return true; });
+    DeleteConfirmDialog::setAnswerHook([](const DeleteConfirmDialog &) { return true; });
     DeleteRequest domains;
     domains.kind = int(DeleteRequestKind::Domains);
     domains.list = {{QStringLiteral("a.example"), 1, true},
                     {QStringLiteral("b.example"), 2, false}};
-    const auto kept = frmDel::ask(domains, nullptr);
+    const auto kept = DeleteConfirmDialog::ask(domains, nullptr);
     ASSERT_TRUE(kept);
     EXPECT_EQ(kept->list, (QList<DeleteListItem>{{QStringLiteral("b.example"), 2, false}}));
 
     DeleteRequest skip;
     skip.kind = int(DeleteRequestKind::SkipEmailExtraction);
-    EXPECT_EQ(frmDel::ask(skip, nullptr)->skipEmail, std::optional<bool>(true));
+    EXPECT_EQ(DeleteConfirmDialog::ask(skip, nullptr)->skipEmail, std::optional<bool>(true));
 
     DeleteRequest unknown;
     unknown.kind = 8;
     MessageCapture messages;
-    EXPECT_FALSE(frmDel::ask(unknown, nullptr));
+    EXPECT_FALSE(DeleteConfirmDialog::ask(unknown, nullptr));
     EXPECT_EQ(messages.messages().size(), 1);
 
     // Declining kind 7 clears the flag; the dialog reports that to its caller.
-    frmDel::setAnswerHook({});
-    frmDel dialog(skip);
+    DeleteConfirmDialog::setAnswerHook({});
+    DeleteConfirmDialog dialog(skip);
     dialog.show();
     dialog.activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
@@ -119,7 +119,7 @@ TEST_F(DeleteDialogsTest, MailGroupDialogDeletesKnowledgeBasesThenTheGroup)
     ASSERT_TRUE(KnowledgeBaseCatalogue::AddKBKeyword(*three, "term"));
 
     MessageCapture messages;
-    frmDelMailGroup dialog(birds->number);
+    MailGroupDeleteDialog dialog(birds->number);
     ASSERT_EQ(dialog.cmbMailGroup()->count(), 2);
     EXPECT_EQ(dialog.cmbMailGroup()->currentText(), QStringLiteral("birds"));
     ASSERT_EQ(dialog.lstKB()->count(), 2);

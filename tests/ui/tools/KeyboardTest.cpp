@@ -4,12 +4,12 @@
 #include "engine/ConnectionProbe.h"
 #include "engine/FixedConnection.h"
 #include "engine/ResumeController.h"
-#include "ui/frmDelMailGroup.h"
-#include "ui/frmExtractor.h"
-#include "ui/frmImportLeads.h"
-#include "ui/frmMain.h"
-#include "ui/frmMessage.h"
-#include "ui/frmVerifyEmails.h"
+#include "ui/HarvestWindow.h"
+#include "ui/LeadsScanWindow.h"
+#include "ui/LeadsVerifierWindow.h"
+#include "ui/MailGroupDeleteDialog.h"
+#include "ui/ResumeDialog.h"
+#include "ui/VCardExportWindow.h"
 
 #include <QApplication>
 #include <QPushButton>
@@ -54,7 +54,7 @@ QStringList buttonsTabMisses(QWidget &window)
 TEST(Keyboard, TabReachesEveryButtonOfEveryWindow)
 {
     test::TempDataFolder home;
-    frmMain harvest;
+    HarvestWindow harvest;
     auto *tabs = harvest.findChild<QTabWidget *>(QStringLiteral("stabEmailExt"));
     ASSERT_NE(tabs, nullptr);
     for (int tab = 0; tab < tabs->count(); ++tab) {
@@ -63,20 +63,20 @@ TEST(Keyboard, TabReachesEveryButtonOfEveryWindow)
     }
     harvest.close();
 
-    frmExtractor scan;
+    LeadsScanWindow scan;
     EXPECT_EQ(buttonsTabMisses(scan), QStringList{}) << "leads scan";
-    frmVerifyEmails verifier;
+    LeadsVerifierWindow verifier;
     EXPECT_EQ(buttonsTabMisses(verifier), QStringList{}) << "verifier";
-    frmImportLeads exchange;
+    VCardExportWindow exchange;
     EXPECT_EQ(buttonsTabMisses(exchange), QStringList{}) << "lead export";
-    frmDelMailGroup groups(0);
+    MailGroupDeleteDialog groups(0);
     EXPECT_EQ(buttonsTabMisses(groups), QStringList{}) << "mail-group deletion";
 
     test::FixedConnection offline(false);
     VirtualTimerSource timers;
     ResumeController resume(offline, timers);
     ASSERT_EQ(resume.connectionTested(false), ResumeController::StepVerdict::Skip);
-    frmMessage question(resume);
+    ResumeDialog question(resume);
     EXPECT_EQ(buttonsTabMisses(question), QStringList{}) << "resume question";
     // Escape is Cancel there: the run ends rather than waiting on with no one asked.
     QTest::keyClick(&question, Qt::Key_Escape);

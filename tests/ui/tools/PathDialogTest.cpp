@@ -1,6 +1,6 @@
 #include "support/TestSupport.h"
 
-#include "ui/frmPath.h"
+#include "ui/KnowledgeBasePathDialog.h"
 
 #include <QComboBox>
 #include <QDir>
@@ -19,7 +19,7 @@ TEST(PathDialogTest, KeepsTheFolderOnShowHoweverItCloses)
     const QString folder = home.file(QStringLiteral("roots/kb"));
     ASSERT_TRUE(QDir().mkpath(folder));
     {
-        frmPath dialog(QStringLiteral("  ") + folder + QStringLiteral("  "));
+        KnowledgeBasePathDialog dialog(QStringLiteral("  ") + folder + QStringLiteral("  "));
         EXPECT_EQ(dialog.chosenPath(), QDir::toNativeSeparators(folder));
         EXPECT_GT(dialog.drvList()->count(), 0);
         QTimer::singleShot(0, &dialog, [&] { QTest::keyClick(&dialog, Qt::Key_Escape); });
@@ -27,7 +27,7 @@ TEST(PathDialogTest, KeepsTheFolderOnShowHoweverItCloses)
         EXPECT_EQ(dialog.chosenPath(), QDir::toNativeSeparators(folder));
     }
     {
-        frmPath dialog;
+        KnowledgeBasePathDialog dialog;
         EXPECT_EQ(dialog.chosenPath(), QDir::toNativeSeparators(QDir::cleanPath(home.path())));
         dialog.setFolder(folder);
         QTimer::singleShot(0, &dialog, [&] { QTest::keyClick(&dialog, Qt::Key_Return); });

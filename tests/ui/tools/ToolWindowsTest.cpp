@@ -5,11 +5,11 @@
 #include "common/LeadFile.h"
 #include "common/TimerSource.h"
 #include "exchange/CategoryList.h"
-#include "ui/frmDel.h"
-#include "ui/frmExtractor.h"
-#include "ui/frmImportLeads.h"
-#include "ui/frmMsgBox.h"
-#include "ui/frmVerifyEmails.h"
+#include "ui/DeleteConfirmDialog.h"
+#include "ui/LeadsScanWindow.h"
+#include "ui/LeadsVerifierWindow.h"
+#include "ui/MessageDialog.h"
+#include "ui/VCardExportWindow.h"
 
 #include <QComboBox>
 #include <QDir>
@@ -31,7 +31,7 @@ namespace {
 class ToolWindowsTest : public ::testing::Test
 {
 protected:
-    void TearDown() override { frmDel::setAnswerHook({}); }
+    void TearDown() override { DeleteConfirmDialog::setAnswerHook({}); }
 
     template <typename T>
     static T *child(QWidget &window, const char *name)
@@ -57,8 +57,8 @@ TEST_F(ToolWindowsTest, LeadsScanScansAFolderAndSavesTheLeads)
     test::writeFile(folder + "/c.dat", "dan@example.com");
 
     MessageCapture messages;
-    auto *window = new frmExtractor;
-    QPointer<frmExtractor> alive(window);
+    auto *window = new LeadsScanWindow;
+    QPointer<LeadsScanWindow> alive(window);
     EXPECT_TRUE(child<QRadioButton>(*window, "optAction1")->isChecked());
     auto *types = child<QListWidget>(*window, "lstExt");
     ASSERT_EQ(types->count(), 1);
@@ -104,7 +104,7 @@ TEST_F(ToolWindowsTest, LeadsScanScansAFolderAndSavesTheLeads)
     const QByteArray saved = test::readFile(chosen + ".csv");
     EXPECT_EQ(saved, "Email Id\r\n" + kept.join("\r\n").toLatin1() + "\r\n");
     QString asked;
-    frmDel::setAnswerHook([&](const frmDel &dialog) {
+    DeleteConfirmDialog::setAnswerHook([&](const DeleteConfirmDialog &dialog) {
         asked = dialog.request().question;
         return false;
     });
@@ -124,7 +124,7 @@ TEST_F(ToolWindowsTest, ExportWritesEveryLeadAsAContactOfTheCategory)
     ASSERT_TRUE(LeadFile::write(
         leads, {QStringLiteral("ann@example.com"), QStringLiteral("bob@example.org")}));
     MessageCapture messages;
-    frmImportLeads window;
+    VCardExportWindow window;
     click(window, "cmdImport");
     EXPECT_EQ(messages.messages().value(0), LeadExport::kNoLeadsMessage);
     click(window, "cmdFetch");
@@ -163,7 +163,7 @@ TEST_F(ToolWindowsTest, VerifierFetchesAndRefusesAnEmptyRun)
         leads, {QStringLiteral("ann@example.com"), QStringLiteral("bob@example.org")}));
     MessageCapture messages;
     VirtualTimerSource timers;
-    frmVerifyEmails window(nullptr, timers);
+    LeadsVerifierWindow window(nullptr, timers);
     EXPECT_TRUE(QDir(DataFolder::verified()).exists());
     EXPECT_TRUE(QDir(DataFolder::unverified()).exists());
     click(window, "cmdVerify");
@@ -189,7 +189,7 @@ TEST_F(ToolWindowsTest, VerifierKeepsTheLeadsWhoseDomainHasAMailExchanger)
         LeadFile::write(leads, {QStringLiteral("ann@good.test"), QStringLiteral("bob@none.test"),
                                 QStringLiteral("cy@GOOD.test")}));
     MessageCapture messages;
-    frmVerifyEmails window;
+    LeadsVerifierWindow window;
     window.setFileChooser([&] { return leads; });
     click(window, "cmdBrowse");
     click(window, "cmdFetch");

@@ -4,9 +4,9 @@
 #include "engine/FixedConnection.h"
 #include "engine/ResumeController.h"
 #include "support/TestSupport.h"
-#include "ui/frmImport.h"
-#include "ui/frmMessage.h"
-#include "ui/frmMsgBox.h"
+#include "ui/BookmarkImportDialog.h"
+#include "ui/MessageDialog.h"
+#include "ui/ResumeDialog.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -26,7 +26,7 @@ TEST(ResumeDialogTest, ShowsTheTextsAndReportsTheUsersChoice)
     ASSERT_EQ(controller.connectionTested(false), ResumeController::StepVerdict::Skip);
     ASSERT_TRUE(controller.isAsking());
 
-    frmMessage dialog(controller);
+    ResumeDialog dialog(controller);
     dialog.open();
     EXPECT_EQ(dialog.cmdResume()->text(), QStringLiteral("&Resume Mode"));
     QTest::mouseClick(dialog.cmdResume(), Qt::LeftButton);
@@ -41,7 +41,7 @@ TEST(ResumeDialogTest, ClosesByItselfWhenTheConnectionReturns)
     VirtualTimerSource timers;
     ResumeController controller(connection, timers);
     controller.connectionTested(false);
-    frmMessage dialog(controller);
+    ResumeDialog dialog(controller);
     dialog.open();
     connection.online = true;
     timers.advance(ResumeController::RetestIntervalMs);
@@ -57,7 +57,7 @@ TEST(ImportDialogTest, AppendsTheBookmarkedAddressesOrExplainsWhyNot)
     context.searchEngineSelected = false;
     MessageCapture messages;
 
-    frmImport dialog(context);
+    BookmarkImportDialog dialog(context);
     QTest::mouseClick(dialog.cmdImport(), Qt::LeftButton);
     EXPECT_EQ(messages.messages().last(), QStringLiteral("Please enter path of the file."));
     dialog.txtPath()->setText(home.file(QStringLiteral("missing.htm")));

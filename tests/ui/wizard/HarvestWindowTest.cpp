@@ -1,12 +1,12 @@
+#include "ui/HarvestWindow.h"
 #include "common/LeadFile.h"
 #include "engine/DemoWebServer.h"
 #include "engine/ResumeController.h"
 #include "engine/RunLimits.h"
 #include "engine/e2e/DemoWebLeads.h"
 #include "support/TestSupport.h"
-#include "ui/frmMain.h"
-#include "ui/frmMessage.h"
-#include "ui/frmMsgBox.h"
+#include "ui/MessageDialog.h"
+#include "ui/ResumeDialog.h"
 
 #include <QComboBox>
 #include <QLineEdit>
@@ -29,7 +29,8 @@ protected:
 
     void openWindow(const QUrl &probe)
     {
-        window = std::make_unique<frmMain>(frmMain::Options{probe, CrawlProfile::Modern});
+        window =
+            std::make_unique<HarvestWindow>(HarvestWindow::Options{probe, CrawlProfile::Modern});
         QTest::mouseClick(window->findChild<QRadioButton *>(QStringLiteral("optSearchType2")),
                           Qt::LeftButton);
         window->findChild<QLineEdit *>(QStringLiteral("txtURL"))
@@ -49,7 +50,7 @@ protected:
     test::TempDataFolder home;
     DemoWebServer server;
     MessageCapture messages;
-    std::unique_ptr<frmMain> window;
+    std::unique_ptr<HarvestWindow> window;
 };
 
 } // namespace
@@ -104,10 +105,10 @@ TEST_F(HarvestWindowTest, LostConnectionAsksAndResumeModeFinishesTheRun)
     openWindow(QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(probePort)));
 
     QTest::mouseClick(button("cmdStart"), Qt::LeftButton);
-    frmMessage *dialog = nullptr;
+    ResumeDialog *dialog = nullptr;
     ASSERT_TRUE(QTest::qWaitFor(
         [&] {
-            dialog = window->findChild<frmMessage *>();
+            dialog = window->findChild<ResumeDialog *>();
             return dialog && dialog->isVisible();
         },
         60000));
@@ -120,5 +121,5 @@ TEST_F(HarvestWindowTest, LostConnectionAsksAndResumeModeFinishesTheRun)
 
     ASSERT_TRUE(waitForEnd()) << messages.messages().join('|').toStdString();
     EXPECT_EQ(test::sorted(window->leads()), test::kFromCoastalLeads);
-    EXPECT_EQ(window->findChild<frmMessage *>(), nullptr);
+    EXPECT_EQ(window->findChild<ResumeDialog *>(), nullptr);
 }

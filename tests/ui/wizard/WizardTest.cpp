@@ -1,9 +1,9 @@
 #include "kb/Catalogues.h"
 #include "support/TestSupport.h"
-#include "ui/frmDelMailGroup.h"
-#include "ui/frmInputBox.h"
-#include "ui/frmMain.h"
-#include "ui/frmMsgBox.h"
+#include "ui/HarvestWindow.h"
+#include "ui/InputDialog.h"
+#include "ui/MailGroupDeleteDialog.h"
+#include "ui/MessageDialog.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -36,7 +36,7 @@ protected:
     int tab() { return child<QTabWidget>("stabEmailExt")->currentIndex(); }
 
     test::TempDataFolder home;
-    frmMain window;
+    HarvestWindow window;
 };
 
 TEST_F(WizardTest, StartsWithTheFactoryValuesAndTheProxyFrameClosed)
@@ -178,7 +178,7 @@ TEST_F(WizardTest, DeleteMailGroupOpensOnTheSelectedGroupAndReloadsTheList)
     // "fish" has no knowledge base, so Delete removes the group at once.
     QString preselected;
     QTimer::singleShot(0, [&] {
-        auto *dialog = window.findChild<frmDelMailGroup *>();
+        auto *dialog = window.findChild<MailGroupDeleteDialog *>();
         ASSERT_NE(dialog, nullptr);
         preselected = dialog->cmbMailGroup()->currentText();
         QTest::mouseClick(dialog->cmdDel(), Qt::LeftButton);

@@ -18,10 +18,10 @@ namespace corvane {
 // The cursor does not keep the file open between calls: it remembers where each row starts
 // when it counts the rows, so rewrites and folder deletions never find the index in use and
 // paging through an index costs one read per row, not a reread from the start.
-class clsIOFile
+class RecordCursor
 {
 public:
-    clsIOFile() = default;
+    RecordCursor() = default;
 
     // Binds the cursor to Path + FileName (Path with or without a final separator) and
     // counts the rows; current row 0. A missing file is no error: the cursor stays unbound

@@ -1,4 +1,4 @@
-#include "kb/clsIOFile.h"
+#include "kb/RecordCursor.h"
 
 #include "common/Cp1252.h"
 #include "kb/AtomicFile.h"
@@ -36,7 +36,7 @@ QByteArray withoutLineEnd(QByteArray bytes)
 
 } // namespace
 
-Result<void> clsIOFile::OpenFile(const QString &path, const QString &fileName)
+Result<void> RecordCursor::OpenFile(const QString &path, const QString &fileName)
 {
     QString folder = path;
     if (!folder.endsWith(QLatin1Char('/')) && !folder.endsWith(QLatin1Char('\\')))
@@ -55,7 +55,7 @@ Result<void> clsIOFile::OpenFile(const QString &path, const QString &fileName)
     return {};
 }
 
-Result<void> clsIOFile::SetRowCount()
+Result<void> RecordCursor::SetRowCount()
 {
     m_rowCount = 0;
     m_rowStarts.clear();
@@ -82,13 +82,13 @@ Result<void> clsIOFile::SetRowCount()
     return MoveFirst();
 }
 
-Result<void> clsIOFile::MoveFirst()
+Result<void> RecordCursor::MoveFirst()
 {
     m_currentRow = 0;
     return {};
 }
 
-Result<void> clsIOFile::MoveToRow(int row)
+Result<void> RecordCursor::MoveToRow(int row)
 {
     if (row > m_rowCount || !m_bound)
         return {};
@@ -96,7 +96,7 @@ Result<void> clsIOFile::MoveToRow(int row)
     return {};
 }
 
-Result<QByteArray> clsIOFile::readRow(int row) const
+Result<QByteArray> RecordCursor::readRow(int row) const
 {
     QFile file(path());
     if (!file.open(QIODevice::ReadOnly))
@@ -108,7 +108,7 @@ Result<QByteArray> clsIOFile::readRow(int row) const
     return withoutLineEnd(file.read(end - start));
 }
 
-Result<QString> clsIOFile::GetDataFromRow(int row)
+Result<QString> RecordCursor::GetDataFromRow(int row)
 {
     if (row > m_rowCount || !m_bound)
         return QString();
@@ -125,7 +125,7 @@ Result<QString> clsIOFile::GetDataFromRow(int row)
     return fromCp1252(*line);
 }
 
-Result<void> clsIOFile::WriteData(int mode, const QString &data, int row)
+Result<void> RecordCursor::WriteData(int mode, const QString &data, int row)
 {
     if (row > m_rowCount || !m_bound)
         return {};
@@ -190,7 +190,7 @@ Result<void> clsIOFile::WriteData(int mode, const QString &data, int row)
     return {};
 }
 
-Result<void> clsIOFile::DeleteRow(int row)
+Result<void> RecordCursor::DeleteRow(int row)
 {
     if (m_rowCount == 0)
         return {};

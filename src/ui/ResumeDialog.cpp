@@ -1,4 +1,4 @@
-#include "ui/frmMessage.h"
+#include "ui/ResumeDialog.h"
 
 #include "engine/ResumeController.h"
 
@@ -19,7 +19,7 @@ QLabel *wrappedLabel(const QString &text, const char *name, QWidget *parent)
 }
 } // namespace
 
-frmMessage::frmMessage(ResumeController &controller, QWidget *parent)
+ResumeDialog::ResumeDialog(ResumeController &controller, QWidget *parent)
     : SkinnedDialog(QStringLiteral("Images9"), ResumeTexts::Caption, parent),
       m_controller(controller), m_title(wrappedLabel(ResumeTexts::Title, "lblTitle", this)),
       m_okHint(wrappedLabel(ResumeTexts::ResumeHint, "lblOK", this)),
@@ -48,7 +48,7 @@ frmMessage::frmMessage(ResumeController &controller, QWidget *parent)
     connect(&m_controller, &ResumeController::dialogClosed, this, [this] { QDialog::accept(); });
 }
 
-void frmMessage::reject()
+void ResumeDialog::reject()
 {
     if (m_controller.isAsking())
         m_controller.cancel();

@@ -11,12 +11,12 @@ namespace corvane {
 
 // "Knowledge Base Path": picks the folder knowledge bases are stored below. Save, and any
 // other way of closing, keeps the folder on show.
-class frmPath : public SkinnedDialog
+class KnowledgeBasePathDialog : public SkinnedDialog
 {
     Q_OBJECT
 public:
     // start: the folder shown first (the current root); the data folder when empty.
-    explicit frmPath(const QString &start = {}, QWidget *parent = nullptr);
+    explicit KnowledgeBasePathDialog(const QString &start = {}, QWidget *parent = nullptr);
 
     // The trimmed folder on show, with the platform's separators, as the store reads it.
     QString chosenPath() const;

@@ -1,7 +1,7 @@
-#include "ui/frmImport.h"
+#include "ui/BookmarkImportDialog.h"
 
 #include "exchange/BookmarkImport.h"
-#include "ui/frmMsgBox.h"
+#include "ui/MessageDialog.h"
 
 #include <QDir>
 #include <QFileDialog>
@@ -13,7 +13,7 @@
 
 namespace corvane {
 
-frmImport::frmImport(AnalysisContext &context, QWidget *parent)
+BookmarkImportDialog::BookmarkImportDialog(AnalysisContext &context, QWidget *parent)
     : SkinnedDialog(QStringLiteral("Images9"), tr("Import Bookmark"), parent), m_context(context),
       m_path(new QLineEdit(this)), m_browse(new QPushButton(tr("&Browse"), this)),
       m_import(new QPushButton(tr("&Import"), this)), m_cancel(new QPushButton(tr("&Cancel"), this))
@@ -38,12 +38,12 @@ frmImport::frmImport(AnalysisContext &context, QWidget *parent)
     buttons->addWidget(m_cancel);
     layout->addLayout(buttons, 1, 0, 1, 3);
 
-    connect(m_browse, &QPushButton::clicked, this, &frmImport::browse);
-    connect(m_import, &QPushButton::clicked, this, &frmImport::cmdImport_Click);
+    connect(m_browse, &QPushButton::clicked, this, &BookmarkImportDialog::browse);
+    connect(m_import, &QPushButton::clicked, this, &BookmarkImportDialog::cmdImport_Click);
     connect(m_cancel, &QPushButton::clicked, this, &QDialog::reject);
 }
 
-void frmImport::browse()
+void BookmarkImportDialog::browse()
 {
     const QString file =
         QFileDialog::getOpenFileName(this, tr("Bookmark file"), QDir::homePath(),
@@ -52,7 +52,7 @@ void frmImport::browse()
         m_path->setText(QDir::toNativeSeparators(file));
 }
 
-void frmImport::cmdImport_Click()
+void BookmarkImportDialog::cmdImport_Click()
 {
     const QString path = m_path->text().trimmed();
     if (!path.isEmpty() && !QFileInfo(path).isFile()) {

@@ -12,11 +12,11 @@ class ResumeController;
 // "Resume Support": the question asked when the connection is lost mid-run. The dialog only
 // shows the controller's state and reports the user's choice; the controller decides, and
 // closes the dialog itself (signal dialogClosed) when the connection returns.
-class frmMessage : public SkinnedDialog
+class ResumeDialog : public SkinnedDialog
 {
     Q_OBJECT
 public:
-    explicit frmMessage(ResumeController &controller, QWidget *parent = nullptr);
+    explicit ResumeDialog(ResumeController &controller, QWidget *parent = nullptr);
 
     QLabel *lblTitle() const { return m_title; }
     QLabel *lblOK() const { return m_okHint; }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kb/clsIOFile.h"
+#include "kb/RecordCursor.h"
 #include "ui/SkinnedWindow.h"
 
 #include <QHash>
@@ -20,7 +20,7 @@ class PageView;
 
 // The window the program opens on: steps through the pages harvests saved into knowledge
 // bases, deletes pages and knowledge bases, browses freely and opens the other tools.
-class frmViewer : public SkinnedWindow
+class ViewerWindow : public SkinnedWindow
 {
     Q_OBJECT
 public:
@@ -28,8 +28,8 @@ public:
     enum class Tool { ImportLeads, LeadsScan, VerifyEmails, Harvest };
     using WindowFactory = std::function<QWidget *(QWidget *viewer)>;
 
-    explicit frmViewer(QWidget *parent = nullptr);
-    ~frmViewer() override;
+    explicit ViewerWindow(QWidget *parent = nullptr);
+    ~ViewerWindow() override;
 
     // Fills the knowledge-base list from the catalogue and shows its first knowledge base, or
     // the placeholder page with the page buttons off when there is none.
@@ -46,7 +46,7 @@ public:
     static QUrl placeholderPage();
 
     // The open viewer, for harvests that add knowledge bases; null when none is open.
-    static frmViewer *openViewer();
+    static ViewerWindow *openViewer();
     // The keyword folder on show (the folder index records are written to).
     QString currentKeywordFolder() const { return m_keywordFolder; }
     int currentRow() const { return m_currentRow; }
@@ -60,7 +60,7 @@ private:
     void selectKnowledgeBase();
     void selectKeyword();
     void PopulateDetails();
-    void move(const QString &label, Result<void> (clsIOFile::*step)());
+    void move(const QString &label, Result<void> (RecordCursor::*step)());
     void deletePage();
     void deleteKnowledgeBase();
     void viewOriginal();
@@ -69,7 +69,7 @@ private:
     void updateHistoryButtons();
     bool report(const QString &label, const Result<void> &result);
 
-    clsIOFile m_cursor;
+    RecordCursor m_cursor;
     int m_currentRow = 0;
     QString m_kbFolder;
     QString m_keywordFolder;

@@ -11,11 +11,11 @@ class AnalysisContext;
 
 // "Import Bookmark": pick a bookmark file (a browser's HTML export or any page of links) and
 // append its web addresses to the harvest window's start URLs.
-class frmImport : public SkinnedDialog
+class BookmarkImportDialog : public SkinnedDialog
 {
     Q_OBJECT
 public:
-    explicit frmImport(AnalysisContext &context, QWidget *parent = nullptr);
+    explicit BookmarkImportDialog(AnalysisContext &context, QWidget *parent = nullptr);
 
     QLineEdit *txtPath() const { return m_path; }
     QPushButton *cmdBrowse() const { return m_browse; }

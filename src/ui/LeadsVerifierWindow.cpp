@@ -1,9 +1,9 @@
-#include "ui/frmVerifyEmails.h"
+#include "ui/LeadsVerifierWindow.h"
 
 #include "common/DataFolder.h"
+#include "ui/HelpWindow.h"
+#include "ui/MessageDialog.h"
 #include "ui/ToolWidgets.h"
-#include "ui/frmHelp.h"
-#include "ui/frmMsgBox.h"
 
 #include <QDir>
 #include <QFileDialog>
@@ -18,7 +18,7 @@
 
 namespace corvane {
 
-frmVerifyEmails::frmVerifyEmails(QWidget *parent, TimerSource &timers)
+LeadsVerifierWindow::LeadsVerifierWindow(QWidget *parent, TimerSource &timers)
     : SkinnedWindow(QStringLiteral("Images8"), QString(), parent), m_verifier(timers),
       m_path(new QLineEdit(this)), m_dns(new QLineEdit(this)), m_email(new QListWidget(this)),
       m_valid(new QListWidget(this)), m_exchangers(new QListWidget(this)),
@@ -63,12 +63,12 @@ frmVerifyEmails::frmVerifyEmails(QWidget *parent, TimerSource &timers)
         if (!chosen.isEmpty())
             m_path->setText(chosen);
     });
-    connect(m_fetch, &QPushButton::clicked, this, &frmVerifyEmails::fetch);
-    connect(m_verify, &QPushButton::clicked, this, &frmVerifyEmails::verify);
+    connect(m_fetch, &QPushButton::clicked, this, &LeadsVerifierWindow::fetch);
+    connect(m_verify, &QPushButton::clicked, this, &LeadsVerifierWindow::verify);
     connect(m_stop, &QPushButton::clicked, &m_verifier, &LeadVerifier::stop);
     connect(m_dns, &QLineEdit::textEdited, &m_verifier, &LeadVerifier::setDnsServer);
     connect(m_help, &QPushButton::clicked, this,
-            [this] { frmHelp::showHelp(QStringLiteral("leadsverifier.htm"), {}, this); });
+            [this] { HelpWindow::showHelp(QStringLiteral("leadsverifier.htm"), {}, this); });
     connect(&m_verifier, &LeadVerifier::pendingCountChanged, this, [this](int count) {
         // Addresses only ever leave from the head, so dropping the first rows keeps the
         // list in step at constant cost per address.
@@ -90,7 +90,7 @@ frmVerifyEmails::frmVerifyEmails(QWidget *parent, TimerSource &timers)
                 m_exchangers->clear();
                 m_exchangers->addItems(exchangers);
             });
-    connect(&m_verifier, &LeadVerifier::clockChanged, this, &frmVerifyEmails::showClock);
+    connect(&m_verifier, &LeadVerifier::clockChanged, this, &LeadsVerifierWindow::showClock);
     connect(&m_verifier, &LeadVerifier::runningChanged, this, [this](bool running) {
         m_stop->setEnabled(running);
         m_verify->setEnabled(!running);
@@ -105,12 +105,12 @@ frmVerifyEmails::frmVerifyEmails(QWidget *parent, TimerSource &timers)
     resize(720, 520);
 }
 
-frmVerifyEmails::~frmVerifyEmails()
+LeadsVerifierWindow::~LeadsVerifierWindow()
 {
     m_verifier.stop();
 }
 
-void frmVerifyEmails::buildLayout()
+void LeadsVerifierWindow::buildLayout()
 {
     auto *layout = new QVBoxLayout(this);
     layout->addLayout(leadFileRow(this, m_path, m_browse, m_fetch));
@@ -152,7 +152,7 @@ void frmVerifyEmails::buildLayout()
     layout->addLayout(buttons);
 }
 
-void frmVerifyEmails::fetch()
+void LeadsVerifierWindow::fetch()
 {
     const QString path = m_path->text().trimmed();
     if (path.isEmpty())
@@ -167,7 +167,7 @@ void frmVerifyEmails::fetch()
     m_total->setText(QString::number(m_verifier.pendingCount()));
 }
 
-void frmVerifyEmails::verify()
+void LeadsVerifierWindow::verify()
 {
     m_verifier.setDnsServer(m_dns->text().trimmed());
     m_status->hide();
@@ -176,7 +176,7 @@ void frmVerifyEmails::verify()
         showMessage(this, started.message());
 }
 
-void frmVerifyEmails::showClock(int hours, int minutes, int seconds)
+void LeadsVerifierWindow::showClock(int hours, int minutes, int seconds)
 {
     m_hr->setText(QString::number(hours));
     m_min->setText(QString::number(minutes));

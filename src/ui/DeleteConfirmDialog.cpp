@@ -1,6 +1,6 @@
-#include "ui/frmDel.h"
+#include "ui/DeleteConfirmDialog.h"
 
-#include "ui/frmMsgBox.h"
+#include "ui/MessageDialog.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -11,20 +11,20 @@ namespace corvane {
 
 namespace {
 
-frmDel::AnswerHook &answerHook()
+DeleteConfirmDialog::AnswerHook &answerHook()
 {
-    static frmDel::AnswerHook hook;
+    static DeleteConfirmDialog::AnswerHook hook;
     return hook;
 }
 
 } // namespace
 
-void frmDel::setAnswerHook(AnswerHook hook)
+void DeleteConfirmDialog::setAnswerHook(AnswerHook hook)
 {
     answerHook() = std::move(hook);
 }
 
-frmDel::frmDel(DeleteRequest request, QWidget *parent)
+DeleteConfirmDialog::DeleteConfirmDialog(DeleteRequest request, QWidget *parent)
     : SkinnedDialog(QStringLiteral("Images9"), tr("Confirm"), parent),
       m_request(std::move(request)), m_question(new QLabel(m_request.question, this)),
       m_yes(new QPushButton(tr("&Yes"), this)), m_no(new QPushButton(tr("&No"), this))
@@ -47,13 +47,13 @@ frmDel::frmDel(DeleteRequest request, QWidget *parent)
     layout->addLayout(buttons);
     setTabOrder(m_yes, m_no);
 
-    connect(m_yes, &QPushButton::clicked, this, &frmDel::confirm);
-    connect(m_no, &QPushButton::clicked, this, &frmDel::decline);
+    connect(m_yes, &QPushButton::clicked, this, &DeleteConfirmDialog::confirm);
+    connect(m_no, &QPushButton::clicked, this, &DeleteConfirmDialog::decline);
     // Escape and the frame's close button decline like No.
     connect(this, &QDialog::rejected, this, [this] { m_outcome = declineDelete(m_request); });
 }
 
-void frmDel::confirm()
+void DeleteConfirmDialog::confirm()
 {
     auto done = confirmDelete(m_request);
     if (!done) {
@@ -65,14 +65,14 @@ void frmDel::confirm()
     accept();
 }
 
-void frmDel::decline()
+void DeleteConfirmDialog::decline()
 {
     reject();
 }
 
-std::optional<DeleteOutcome> frmDel::ask(const DeleteRequest &request, QWidget *parent)
+std::optional<DeleteOutcome> DeleteConfirmDialog::ask(const DeleteRequest &request, QWidget *parent)
 {
-    frmDel dialog(request, parent);
+    DeleteConfirmDialog dialog(request, parent);
     bool agreed = false;
     if (answerHook()) {
         agreed = answerHook()(dialog);

@@ -31,12 +31,12 @@ namespace corvane {
 
 class ConnectionProbe;
 class CurlDownloader;
-class frmMessage;
+class ResumeDialog;
 
 // The harvest window: the job as a five-tab wizard, the run's queues and leads, its clock and
 // counters. The rules live in the engine (job checks, crawl, limits, resume); this window
 // only reads its controls into the job, shows the answers and holds the lists.
-class frmMain : public SkinnedWindow
+class HarvestWindow : public SkinnedWindow
 {
     Q_OBJECT
 public:
@@ -47,9 +47,9 @@ public:
         CrawlProfile profile = CrawlProfile::Classic;
     };
 
-    explicit frmMain(QWidget *parent = nullptr);
-    explicit frmMain(const Options &options, QWidget *parent = nullptr);
-    ~frmMain() override;
+    explicit HarvestWindow(QWidget *parent = nullptr);
+    explicit HarvestWindow(const Options &options, QWidget *parent = nullptr);
+    ~HarvestWindow() override;
 
     // The job as the controls describe it right now.
     const HarvestJob &job();
@@ -65,7 +65,7 @@ public:
     // Save Leads asks for a file name here (a file dialog by default); tests answer it.
     using FileChooser = std::function<QString(QWidget *parent)>;
     void setLeadFileChooser(FileChooser chooser) { m_leadFileChooser = std::move(chooser); }
-    // Where a bookmark import reads; empty shows frmImport.
+    // Where a bookmark import reads; empty shows BookmarkImportDialog.
     using ImportRunner = std::function<void(AnalysisContext &context)>;
     void setImportRunner(ImportRunner runner) { m_importRunner = std::move(runner); }
 
@@ -134,7 +134,7 @@ private:
     TaxonomyCatalogue m_taxonomy;
     MailGroupCatalogue m_mailGroups;
     KeywordCatalogue m_keywords;
-    QPointer<frmMessage> m_resumeDialog;
+    QPointer<ResumeDialog> m_resumeDialog;
     FileChooser m_leadFileChooser;
     ImportRunner m_importRunner;
     QString m_kbName;

@@ -1,8 +1,8 @@
-#include "ui/frmImportLeads.h"
+#include "ui/VCardExportWindow.h"
 
+#include "ui/HelpWindow.h"
+#include "ui/MessageDialog.h"
 #include "ui/ToolWidgets.h"
-#include "ui/frmHelp.h"
-#include "ui/frmMsgBox.h"
 
 #include <QComboBox>
 #include <QFileDialog>
@@ -17,7 +17,7 @@
 
 namespace corvane {
 
-frmImportLeads::frmImportLeads(QWidget *parent)
+VCardExportWindow::VCardExportWindow(QWidget *parent)
     : SkinnedWindow(QStringLiteral("Images6"), QString(), parent), m_path(new QLineEdit(this)),
       m_email(new QListView(this)), m_total(new QLabel(QStringLiteral("0"), this)),
       m_optSelect(new QRadioButton(tr("Select &Category"), this)),
@@ -53,24 +53,24 @@ frmImportLeads::frmImportLeads(QWidget *parent)
     m_optSelect->setChecked(true);
     showNewCategory(false);
 
-    connect(m_optAdd, &QRadioButton::toggled, this, &frmImportLeads::showNewCategory);
+    connect(m_optAdd, &QRadioButton::toggled, this, &VCardExportWindow::showNewCategory);
     connect(m_browse, &QPushButton::clicked, this, [this] {
         const QString chosen = m_chooseFile();
         if (!chosen.isEmpty())
             m_path->setText(chosen);
     });
-    connect(m_fetch, &QPushButton::clicked, this, &frmImportLeads::fetch);
-    connect(m_addCategory, &QPushButton::clicked, this, &frmImportLeads::addCategory);
-    connect(m_newCategory, &QLineEdit::returnPressed, this, &frmImportLeads::addCategory);
-    connect(m_import, &QPushButton::clicked, this, &frmImportLeads::exportLeads);
+    connect(m_fetch, &QPushButton::clicked, this, &VCardExportWindow::fetch);
+    connect(m_addCategory, &QPushButton::clicked, this, &VCardExportWindow::addCategory);
+    connect(m_newCategory, &QLineEdit::returnPressed, this, &VCardExportWindow::addCategory);
+    connect(m_import, &QPushButton::clicked, this, &VCardExportWindow::exportLeads);
     connect(m_help, &QPushButton::clicked, this,
-            [this] { frmHelp::showHelp(QStringLiteral("outlook.htm"), {}, this); });
+            [this] { HelpWindow::showHelp(QStringLiteral("outlook.htm"), {}, this); });
     resize(560, 480);
 }
 
-frmImportLeads::~frmImportLeads() = default;
+VCardExportWindow::~VCardExportWindow() = default;
 
-void frmImportLeads::buildLayout()
+void VCardExportWindow::buildLayout()
 {
     auto *layout = new QVBoxLayout(this);
     layout->addLayout(leadFileRow(this, m_path, m_browse, m_fetch));
@@ -97,7 +97,7 @@ void frmImportLeads::buildLayout()
     layout->addLayout(buttons);
 }
 
-void frmImportLeads::showCategories()
+void VCardExportWindow::showCategories()
 {
     m_category->clear();
     m_category->addItems(m_export.categories());
@@ -105,14 +105,14 @@ void frmImportLeads::showCategories()
         m_category->setCurrentIndex(0);
 }
 
-void frmImportLeads::showNewCategory(bool on)
+void VCardExportWindow::showNewCategory(bool on)
 {
     m_newCategory->setVisible(on);
     m_addCategory->setVisible(on);
     m_category->setVisible(!on);
 }
 
-void frmImportLeads::fetch()
+void VCardExportWindow::fetch()
 {
     const QString path = m_path->text().trimmed();
     if (path.isEmpty()) {
@@ -127,14 +127,14 @@ void frmImportLeads::fetch()
     m_total->setText(QString::number(*fetched));
 }
 
-void frmImportLeads::addCategory()
+void VCardExportWindow::addCategory()
 {
     m_export.addCategory(m_newCategory->text());
     m_newCategory->clear();
     showCategories();
 }
 
-void frmImportLeads::exportLeads()
+void VCardExportWindow::exportLeads()
 {
     if (m_export.leads().isEmpty()) {
         showMessage(this, LeadExport::kNoLeadsMessage);

@@ -13,11 +13,11 @@ namespace corvane {
 
 // The program's own message box: a message and an OK button, modal, in the dialogs' skin.
 // Enter and Escape both close it.
-class frmMsgBox : public SkinnedDialog
+class MessageDialog : public SkinnedDialog
 {
     Q_OBJECT
 public:
-    explicit frmMsgBox(const QString &message, QWidget *parent = nullptr);
+    explicit MessageDialog(const QString &message, QWidget *parent = nullptr);
 
     QLabel *lblMessage() const { return m_label; }
     QPushButton *cmdOK() const { return m_ok; }
@@ -27,7 +27,7 @@ private:
     QPushButton *m_ok;
 };
 
-// Every user message goes through here: shows frmMsgBox modally and returns once it is closed.
+// Every user message goes through here: shows MessageDialog modally and returns once it is closed.
 void showMessage(QWidget *parent, const QString &text);
 
 // The error-report convention: the operation's label (which carries its arrow, e.g.

@@ -10,11 +10,11 @@ namespace corvane {
 
 // The general confirmation dialog: shows the caller's question and, on Yes, carries out the
 // request by its kind. No declines (which for kind 7 still clears the skip flag).
-class frmDel : public SkinnedDialog
+class DeleteConfirmDialog : public SkinnedDialog
 {
     Q_OBJECT
 public:
-    explicit frmDel(DeleteRequest request, QWidget *parent = nullptr);
+    explicit DeleteConfirmDialog(DeleteRequest request, QWidget *parent = nullptr);
 
     // What the last answer changed; problems lists the steps that were skipped.
     const DeleteOutcome &outcome() const { return m_outcome; }
@@ -28,7 +28,7 @@ public:
     static std::optional<DeleteOutcome> ask(const DeleteRequest &request, QWidget *parent);
 
     // Window tests answer the dialog without showing it: the hook returns true for Yes.
-    using AnswerHook = std::function<bool(const frmDel &)>;
+    using AnswerHook = std::function<bool(const DeleteConfirmDialog &)>;
     static void setAnswerHook(AnswerHook hook);
 
 private:

@@ -1,4 +1,4 @@
-#include "ui/frmMsgBox.h"
+#include "ui/MessageDialog.h"
 
 #include "ui/DialogState.h"
 
@@ -25,7 +25,7 @@ DialogState &dialogState()
     return state;
 }
 
-frmMsgBox::frmMsgBox(const QString &message, QWidget *parent)
+MessageDialog::MessageDialog(const QString &message, QWidget *parent)
     : SkinnedDialog(QStringLiteral("Images9"), QString(), parent)
 {
     setObjectName(QStringLiteral("frmMsgBox"));
@@ -64,7 +64,7 @@ void showMessage(QWidget *parent, const QString &text)
         messageHook()(text);
         return;
     }
-    frmMsgBox box(text, parent);
+    MessageDialog box(text, parent);
     box.exec();
 }
 

@@ -11,10 +11,10 @@ namespace corvane {
 // The page analyser. The crawl keeps one per slot group; all of them work on the harvest's
 // one AnalysisContext, which holds every shared list and value. Calls never yield to the
 // event loop: a page is analysed in one go, in linear time.
-class clsExtractor
+class PageAnalyser
 {
 public:
-    explicit clsExtractor(AnalysisContext &context) : m_ctx(context) {}
+    explicit PageAnalyser(AnalysisContext &context) : m_ctx(context) {}
 
     // The directory part of a page URL: "http://h/a/b.html" -> "http://h/a";
     // "http://h/" -> "http://h"; "http://h" unchanged; a "//" after the scheme gives "".

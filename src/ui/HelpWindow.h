@@ -33,18 +33,18 @@ bool openHelpInBrowser(const QString &page);
 // The help window: one per process, not modal, showing a help page in a web view (or a text
 // browser when Corvane is built without the web engine). It goes to the help address each
 // time it is activated after a new address was set.
-class frmHelp : public SkinnedWindow
+class HelpWindow : public SkinnedWindow
 {
     Q_OBJECT
 public:
-    explicit frmHelp(QWidget *parent = nullptr);
-    ~frmHelp() override;
+    explicit HelpWindow(QWidget *parent = nullptr);
+    ~HelpWindow() override;
 
     // Sets the help address and shows the window; returns the process's help window.
-    static frmHelp *showHelp(const QString &page, const QString &anchor = {},
-                             QWidget *parent = nullptr);
+    static HelpWindow *showHelp(const QString &page, const QString &anchor = {},
+                                QWidget *parent = nullptr);
     // The window if it is open.
-    static frmHelp *instance();
+    static HelpWindow *instance();
 
     void setHelpAddress(const QUrl &address);
     QUrl helpAddress() const { return m_address; }

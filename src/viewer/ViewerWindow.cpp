@@ -1,13 +1,13 @@
-#include "viewer/frmViewer.h"
+#include "viewer/ViewerWindow.h"
 
 #include "common/DataFolder.h"
 #include "engine/ConnectionProbe.h"
 #include "kb/KnowledgeBaseCatalogue.h"
 #include "kb/ScrambleLine.h"
+#include "ui/DeleteConfirmDialog.h"
+#include "ui/HelpWindow.h"
+#include "ui/MessageDialog.h"
 #include "ui/ToolWidgets.h"
-#include "ui/frmDel.h"
-#include "ui/frmHelp.h"
-#include "ui/frmMsgBox.h"
 #include "viewer/PageView.h"
 
 #include <QComboBox>
@@ -26,7 +26,7 @@ namespace corvane {
 
 namespace {
 
-frmViewer *g_openViewer = nullptr;
+ViewerWindow *g_openViewer = nullptr;
 
 QString describe(const QString &message)
 {
@@ -37,25 +37,25 @@ QString describe(const QString &message)
 
 } // namespace
 
-frmViewer *frmViewer::openViewer()
+ViewerWindow *ViewerWindow::openViewer()
 {
     return g_openViewer;
 }
 
-QUrl frmViewer::placeholderPage()
+QUrl ViewerWindow::placeholderPage()
 {
     const QString located = DataFolder::locate(QStringLiteral("Images/kw.htm"));
     return located.startsWith(QLatin1Char(':')) ? QUrl(QStringLiteral("qrc") + located)
                                                 : QUrl::fromLocalFile(located);
 }
 
-QString frmViewer::GetDateofCreation(const QString &filePath)
+QString ViewerWindow::GetDateofCreation(const QString &filePath)
 {
     const QFileInfo info(filePath);
     return info.exists() ? info.lastModified().toString(QStringLiteral("MM/dd/yyyy")) : QString();
 }
 
-frmViewer::frmViewer(QWidget *parent)
+ViewerWindow::ViewerWindow(QWidget *parent)
     : SkinnedWindow(QStringLiteral("Images1"), QString(), parent), m_mailList(new QComboBox(this)),
       m_keyword(new QComboBox(this)), m_num(new QLabel(QStringLiteral("0"), this)),
       m_of(new QLabel(tr("of"), this)), m_totalNum(new QLabel(QStringLiteral("0"), this)),
@@ -107,25 +107,25 @@ frmViewer::frmViewer(QWidget *parent)
     m_forward->hide();
     buildLayout();
 
-    connect(m_mailList, &QComboBox::activated, this, &frmViewer::selectKnowledgeBase);
-    connect(m_keyword, &QComboBox::activated, this, &frmViewer::selectKeyword);
+    connect(m_mailList, &QComboBox::activated, this, &ViewerWindow::selectKnowledgeBase);
+    connect(m_keyword, &QComboBox::activated, this, &ViewerWindow::selectKeyword);
     connect(m_first, &QPushButton::clicked, this,
-            [this] { move(QStringLiteral("cmdFirst->"), &clsIOFile::MoveFirst); });
+            [this] { move(QStringLiteral("cmdFirst->"), &RecordCursor::MoveFirst); });
     connect(m_previous, &QPushButton::clicked, this,
-            [this] { move(QStringLiteral("cmdPrevious->"), &clsIOFile::MovePrevious); });
+            [this] { move(QStringLiteral("cmdPrevious->"), &RecordCursor::MovePrevious); });
     connect(m_next, &QPushButton::clicked, this,
-            [this] { move(QStringLiteral("cmdNext->"), &clsIOFile::MoveNext); });
+            [this] { move(QStringLiteral("cmdNext->"), &RecordCursor::MoveNext); });
     connect(m_last, &QPushButton::clicked, this,
-            [this] { move(QStringLiteral("cmdLast->"), &clsIOFile::MoveLast); });
-    connect(m_del, &QPushButton::clicked, this, &frmViewer::deletePage);
-    connect(m_delKB, &QPushButton::clicked, this, &frmViewer::deleteKnowledgeBase);
-    connect(m_view, &QPushButton::clicked, this, &frmViewer::viewOriginal);
-    connect(m_browse, &QPushButton::clicked, this, &frmViewer::browse);
-    connect(m_url, &QLineEdit::returnPressed, this, &frmViewer::browse);
+            [this] { move(QStringLiteral("cmdLast->"), &RecordCursor::MoveLast); });
+    connect(m_del, &QPushButton::clicked, this, &ViewerWindow::deletePage);
+    connect(m_delKB, &QPushButton::clicked, this, &ViewerWindow::deleteKnowledgeBase);
+    connect(m_view, &QPushButton::clicked, this, &ViewerWindow::viewOriginal);
+    connect(m_browse, &QPushButton::clicked, this, &ViewerWindow::browse);
+    connect(m_url, &QLineEdit::returnPressed, this, &ViewerWindow::browse);
     connect(m_back, &QPushButton::clicked, m_web, &PageView::back);
     connect(m_forward, &QPushButton::clicked, m_web, &PageView::forward);
     connect(m_stop, &QPushButton::clicked, m_web, &PageView::stop);
-    connect(m_web, &PageView::historyChanged, this, &frmViewer::updateHistoryButtons);
+    connect(m_web, &PageView::historyChanged, this, &ViewerWindow::updateHistoryButtons);
     connect(m_web, &PageView::loadStarted, this, [this] {
         m_createdOn->hide();
         m_page->show();
@@ -136,9 +136,9 @@ frmViewer::frmViewer(QWidget *parent)
     connect(m_emailVerify, &QPushButton::clicked, this, [this] { openTool(Tool::VerifyEmails); });
     connect(m_engine, &QPushButton::clicked, this, [this] { openTool(Tool::Harvest); });
     connect(m_helpFile, &QPushButton::clicked, this,
-            [this] { frmHelp::showHelp(QStringLiteral("Corvane.htm"), {}, this); });
+            [this] { HelpWindow::showHelp(QStringLiteral("Corvane.htm"), {}, this); });
     connect(m_help, &QPushButton::clicked, this,
-            [this] { frmHelp::showHelp(help::kViewerPage, {}, this); });
+            [this] { HelpWindow::showHelp(help::kViewerPage, {}, this); });
     for (QPushButton *tool : {m_import, m_leadsScan, m_emailVerify, m_engine})
         tool->setEnabled(false);
 
@@ -146,13 +146,13 @@ frmViewer::frmViewer(QWidget *parent)
     LoadKB();
 }
 
-frmViewer::~frmViewer()
+ViewerWindow::~ViewerWindow()
 {
     if (g_openViewer == this)
         g_openViewer = nullptr;
 }
 
-void frmViewer::buildLayout()
+void ViewerWindow::buildLayout()
 {
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(8, 8, 8, 8);
@@ -206,7 +206,7 @@ void frmViewer::buildLayout()
     layout->addLayout(tools);
 }
 
-bool frmViewer::report(const QString &label, const Result<void> &result)
+bool ViewerWindow::report(const QString &label, const Result<void> &result)
 {
     if (result)
         return true;
@@ -214,19 +214,19 @@ bool frmViewer::report(const QString &label, const Result<void> &result)
     return false;
 }
 
-void frmViewer::setPageButtonsEnabled(bool on)
+void ViewerWindow::setPageButtonsEnabled(bool on)
 {
     for (QPushButton *b : {m_first, m_previous, m_next, m_last, m_del, m_view})
         b->setEnabled(on);
 }
 
-void frmViewer::showPlaceholder()
+void ViewerWindow::showPlaceholder()
 {
     m_createdOn->hide();
     m_web->navigate(placeholderPage());
 }
 
-void frmViewer::showEmptyCounters()
+void ViewerWindow::showEmptyCounters()
 {
     m_num->setText(QStringLiteral("0"));
     m_totalNum->setText(QStringLiteral("0"));
@@ -235,11 +235,11 @@ void frmViewer::showEmptyCounters()
     m_data3->clear();
 }
 
-void frmViewer::LoadKB()
+void ViewerWindow::LoadKB()
 {
     m_mailList->clear();
     m_keyword->clear();
-    m_cursor = clsIOFile();
+    m_cursor = RecordCursor();
     m_kbFolder.clear();
     m_keywordFolder.clear();
     const auto bases = KnowledgeBaseCatalogue::knowledgeBases();
@@ -260,13 +260,13 @@ void frmViewer::LoadKB()
     selectKnowledgeBase();
 }
 
-void frmViewer::addKnowledgeBase(const QString &name, qint32 number)
+void ViewerWindow::addKnowledgeBase(const QString &name, qint32 number)
 {
     m_mailList->addItem(name, number);
     m_delKB->setEnabled(true);
 }
 
-void frmViewer::selectKnowledgeBase()
+void ViewerWindow::selectKnowledgeBase()
 {
     if (m_mailList->count() == 0)
         return;
@@ -296,7 +296,7 @@ void frmViewer::selectKnowledgeBase()
     }
 }
 
-void frmViewer::selectKeyword()
+void ViewerWindow::selectKeyword()
 {
     if (m_keyword->currentIndex() < 0)
         return;
@@ -304,7 +304,7 @@ void frmViewer::selectKeyword()
         m_kbFolder.isEmpty()
             ? QString()
             : QDir::cleanPath(m_kbFolder + QLatin1Char('/') + m_keyword->currentText());
-    m_cursor = clsIOFile();
+    m_cursor = RecordCursor();
     if (m_keywordFolder.isEmpty() || !QFileInfo::exists(m_keywordFolder + "/index.qdx")) {
         showMessage(this, tr("No matching records found for the selected keyword."));
         showPlaceholder();
@@ -321,7 +321,7 @@ void frmViewer::selectKeyword()
     setPageButtonsEnabled(true);
 }
 
-void frmViewer::PopulateDetails()
+void ViewerWindow::PopulateDetails()
 {
     const QString label = QStringLiteral("PopulateDetails->");
     m_totalNum->setText(QString::number(m_cursor.RowCount()));
@@ -356,13 +356,13 @@ void frmViewer::PopulateDetails()
     m_createdOn->show();
 }
 
-void frmViewer::move(const QString &label, Result<void> (clsIOFile::*step)())
+void ViewerWindow::move(const QString &label, Result<void> (RecordCursor::*step)())
 {
     if (report(label, (m_cursor.*step)()))
         PopulateDetails();
 }
 
-void frmViewer::deletePage()
+void ViewerWindow::deletePage()
 {
     const int rows = m_cursor.RowCount();
     if (rows >= 2) {
@@ -370,7 +370,7 @@ void frmViewer::deletePage()
     } else if (rows == 1 && m_keyword->count() >= 2) {
         const QString folder = m_keywordFolder;
         const qint32 keywordNumber = m_keyword->currentData().toInt();
-        m_cursor = clsIOFile(); // the index goes with its folder
+        m_cursor = RecordCursor(); // the index goes with its folder
         const Result<void> removed = removeKeywordFolder(keywordNumber, folder);
         selectKnowledgeBase();
         if (!report(QStringLiteral("cmdDel->"), removed))
@@ -381,7 +381,7 @@ void frmViewer::deletePage()
     PopulateDetails();
 }
 
-void frmViewer::deleteKnowledgeBase()
+void ViewerWindow::deleteKnowledgeBase()
 {
     if (m_mailList->count() == 0)
         return;
@@ -391,8 +391,8 @@ void frmViewer::deleteKnowledgeBase()
     request.knowledgeBaseNumber = m_mailList->currentData().toInt();
     request.question = tr("Do you wish to permanently delete ") +
                        m_mailList->currentText().trimmed() + tr(" Knowledgbase?");
-    m_cursor = clsIOFile(); // the folder may be removed under the cursor
-    const auto outcome = frmDel::ask(request, this);
+    m_cursor = RecordCursor(); // the folder may be removed under the cursor
+    const auto outcome = DeleteConfirmDialog::ask(request, this);
     if (outcome && outcome->reloadViewer) {
         showPlaceholder();
         showEmptyCounters();
@@ -404,17 +404,17 @@ void frmViewer::deleteKnowledgeBase()
         selectKeyword();
 }
 
-void frmViewer::setConnectionCheck(ConnectionCheck *check)
+void ViewerWindow::setConnectionCheck(ConnectionCheck *check)
 {
     m_connection = check;
 }
 
-void frmViewer::viewOriginal()
+void ViewerWindow::viewOriginal()
 {
     if (!m_connection)
         m_connection = new ConnectionProbe(ConnectionProbe::configuredAddress(),
                                            RealTimerSource::instance(), this);
-    const QPointer<frmViewer> self(this);
+    const QPointer<ViewerWindow> self(this);
     m_connection->check([self](bool connected) {
         if (!self)
             return;
@@ -427,7 +427,7 @@ void frmViewer::viewOriginal()
     });
 }
 
-void frmViewer::browse()
+void ViewerWindow::browse()
 {
     const QString address = m_url->text().trimmed();
     if (address.isEmpty()) {
@@ -443,7 +443,7 @@ void frmViewer::browse()
     m_web->navigate(url);
 }
 
-void frmViewer::updateHistoryButtons()
+void ViewerWindow::updateHistoryButtons()
 {
     const bool back = m_web->canGoBack();
     const bool forward = m_web->canGoForward();
@@ -455,14 +455,14 @@ void frmViewer::updateHistoryButtons()
     m_forward1->setVisible(!forward);
 }
 
-void frmViewer::setWindowFactory(Tool tool, WindowFactory factory)
+void ViewerWindow::setWindowFactory(Tool tool, WindowFactory factory)
 {
     QPushButton *buttons[] = {m_import, m_leadsScan, m_emailVerify, m_engine};
     buttons[static_cast<int>(tool)]->setEnabled(bool(factory));
     m_factories.insert(static_cast<int>(tool), std::move(factory));
 }
 
-void frmViewer::openTool(Tool tool)
+void ViewerWindow::openTool(Tool tool)
 {
     const WindowFactory &factory = m_factories.value(static_cast<int>(tool));
     if (!factory)

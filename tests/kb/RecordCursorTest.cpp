@@ -1,7 +1,7 @@
 #include "KbTestSupport.h"
 #include "support/TestSupport.h"
 
-#include "kb/clsIOFile.h"
+#include "kb/RecordCursor.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -29,7 +29,7 @@ protected:
     QString folder() const { return home.file(QStringLiteral("kb/base/Term")); }
     QString index() const { return folder() + QStringLiteral("/index.qdx"); }
     QString page(int n) const { return folder() + QStringLiteral("/%1.htm").arg(n); }
-    static QString record(clsIOFile &cursor, int row)
+    static QString record(RecordCursor &cursor, int row)
     {
         const Result<QString> stored = cursor.GetDataFromRow(row);
         EXPECT_TRUE(stored) << stored.message().toStdString();
@@ -44,7 +44,7 @@ protected:
 TEST_F(IndexFolder, OpensTheSameFileWithOrWithoutFinalSeparator)
 {
     make(3);
-    clsIOFile plain, slash, backslash;
+    RecordCursor plain, slash, backslash;
     ASSERT_TRUE(plain.OpenFile(folder(), QStringLiteral("index.qdx")));
     ASSERT_TRUE(slash.OpenFile(folder() + QLatin1Char('/'), QStringLiteral("index.qdx")));
     ASSERT_TRUE(backslash.OpenFile(folder() + QLatin1Char('\\'), QStringLiteral("index.qdx")));
@@ -58,7 +58,7 @@ TEST_F(IndexFolder, OpensTheSameFileWithOrWithoutFinalSeparator)
 TEST_F(IndexFolder, MovesKeepTheSpecifiedCursorPositions)
 {
     make(3);
-    clsIOFile cursor;
+    RecordCursor cursor;
     ASSERT_TRUE(cursor.OpenFile(folder(), QStringLiteral("index.qdx")));
     EXPECT_EQ(cursor.CurrentRow(), 0);
     // Row 0 at the start reads row 1, and again on a second call.
@@ -93,7 +93,7 @@ TEST_F(IndexFolder, MovesKeepTheSpecifiedCursorPositions)
 
 TEST_F(IndexFolder, MissingFileLeavesTheCursorUnbound)
 {
-    clsIOFile cursor;
+    RecordCursor cursor;
     ASSERT_TRUE(cursor.OpenFile(folder(), QStringLiteral("index.qdx")));
     EXPECT_FALSE(cursor.isBound());
     EXPECT_EQ(cursor.RowCount(), 0);
@@ -107,7 +107,7 @@ TEST_F(IndexFolder, WriteDataAppendsInsertsAndReplaces)
 {
     make(3);
     const QString added = ScrambleLine(QStringView(u"9##http://new.test/")).value();
-    clsIOFile cursor;
+    RecordCursor cursor;
     ASSERT_TRUE(cursor.OpenFile(folder(), QStringLiteral("index.qdx")));
 
     ASSERT_TRUE(cursor.WriteData(0, added, 0));
@@ -141,7 +141,7 @@ TEST_F(IndexFolder, WriteDataBeyondTheLastRowDoesNothing)
 {
     make(3);
     const QByteArray before = readFile(index());
-    clsIOFile cursor;
+    RecordCursor cursor;
     ASSERT_TRUE(cursor.OpenFile(folder(), QStringLiteral("index.qdx")));
     ASSERT_TRUE(cursor.WriteData(1, QStringLiteral("xyz"), 4));
     EXPECT_EQ(readFile(index()), before);
@@ -152,7 +152,7 @@ TEST_F(IndexFolder, ReplacingARowWithoutPageNumberFailsBeforeTouchingTheFile)
 {
     writeFile(index(), storedFile({"1##http://a.test/", "no page number here"}));
     const QByteArray before = readFile(index());
-    clsIOFile cursor;
+    RecordCursor cursor;
     ASSERT_TRUE(cursor.OpenFile(folder(), QStringLiteral("index.qdx")));
     const Result<void> written = cursor.WriteData(2, QString(), 2);
     ASSERT_FALSE(written);
@@ -163,7 +163,7 @@ TEST_F(IndexFolder, ReplacingARowWithoutPageNumberFailsBeforeTouchingTheFile)
 TEST_F(IndexFolder, DeleteRowLeavesTheCursorOnThePreviousRow)
 {
     make(3);
-    clsIOFile cursor;
+    RecordCursor cursor;
     ASSERT_TRUE(cursor.OpenFile(folder(), QStringLiteral("index.qdx")));
     ASSERT_TRUE(cursor.DeleteRow(2));
     EXPECT_EQ(cursor.RowCount(), 2);
@@ -186,7 +186,7 @@ TEST_F(IndexFolder, DamagedPageNumberNeverReachesOutsideTheFolder)
 {
     writeFile(home.file(QStringLiteral("kb/victim.htm")), "keep me");
     writeFile(index(), storedFile({"../../victim#x", "2##http://b.test/"}));
-    clsIOFile cursor;
+    RecordCursor cursor;
     ASSERT_TRUE(cursor.OpenFile(folder(), QStringLiteral("index.qdx")));
     ASSERT_TRUE(cursor.DeleteRow(1));
     EXPECT_EQ(readFile(home.file(QStringLiteral("kb/victim.htm"))), QByteArray("keep me"));
@@ -198,7 +198,7 @@ TEST_F(IndexFolder, CountsEveryLineWhateverItsEnding)
     writeFile(index(), encodeRecord(u"1##a").value() + "\r\n\r\n" + encodeRecord(u"2##b").value() +
                            "\n" + encodeRecord(u"3##c").value() + "\r" +
                            encodeRecord(u"4##d").value());
-    clsIOFile cursor;
+    RecordCursor cursor;
     ASSERT_TRUE(cursor.OpenFile(folder(), QStringLiteral("index.qdx")));
     EXPECT_EQ(cursor.RowCount(), 5);
     EXPECT_EQ(record(cursor, 2), QString());

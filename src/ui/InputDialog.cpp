@@ -1,7 +1,7 @@
-#include "ui/frmInputBox.h"
+#include "ui/InputDialog.h"
 
 #include "ui/DialogState.h"
-#include "ui/frmMsgBox.h"
+#include "ui/MessageDialog.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -30,7 +30,7 @@ void acceptText(qint16 mode, const InputOperations &operations, const QString &t
 
 } // namespace
 
-frmInputBox::frmInputBox(qint16 mode, InputOperations operations, QWidget *parent)
+InputDialog::InputDialog(qint16 mode, InputOperations operations, QWidget *parent)
     : SkinnedDialog(QStringLiteral("Images9"), QString(), parent), m_mode(mode),
       m_operations(std::move(operations))
 {
@@ -54,8 +54,8 @@ frmInputBox::frmInputBox(qint16 mode, InputOperations operations, QWidget *paren
     for (QPushButton *button : {m_ok, m_cancel})
         button->setMinimumWidth(90);
 
-    connect(m_ok, &QPushButton::clicked, this, &frmInputBox::cmdOK_Click);
-    connect(m_cancel, &QPushButton::clicked, this, &frmInputBox::cmdCancel_Click);
+    connect(m_ok, &QPushButton::clicked, this, &InputDialog::cmdOK_Click);
+    connect(m_cancel, &QPushButton::clicked, this, &InputDialog::cmdCancel_Click);
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(20, 14, 20, 14);
@@ -74,7 +74,7 @@ frmInputBox::frmInputBox(qint16 mode, InputOperations operations, QWidget *paren
     adjustSize();
 }
 
-void frmInputBox::cmdOK_Click()
+void InputDialog::cmdOK_Click()
 {
     const QString text = m_input->text();
     const InputVerdict verdict = checkInput(m_mode, text);
@@ -92,7 +92,7 @@ void frmInputBox::cmdOK_Click()
 
 // The field opens with the cursor after its starting text ("http://" for addresses), so
 // typing continues it instead of replacing it.
-void frmInputBox::showEvent(QShowEvent *event)
+void InputDialog::showEvent(QShowEvent *event)
 {
     SkinnedDialog::showEvent(event);
     // QDialog gives the field its focus (selecting all of it) after this event; undo that
@@ -106,7 +106,7 @@ void frmInputBox::showEvent(QShowEvent *event)
         Qt::QueuedConnection);
 }
 
-void frmInputBox::cmdCancel_Click()
+void InputDialog::cmdCancel_Click()
 {
     reject();
 }
@@ -128,7 +128,7 @@ std::optional<QString> askInput(QWidget *parent, InputMode mode, const InputOper
         acceptText(code, operations, *typed);
         return typed;
     }
-    frmInputBox box(code, operations, parent);
+    InputDialog box(code, operations, parent);
     if (!position)
         position = dialogState().position;
     if (position)

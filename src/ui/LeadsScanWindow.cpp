@@ -1,9 +1,9 @@
-#include "ui/frmExtractor.h"
+#include "ui/LeadsScanWindow.h"
 
+#include "ui/DeleteConfirmDialog.h"
+#include "ui/HelpWindow.h"
+#include "ui/MessageDialog.h"
 #include "ui/ToolWidgets.h"
-#include "ui/frmDel.h"
-#include "ui/frmHelp.h"
-#include "ui/frmMsgBox.h"
 
 #include <QApplication>
 #include <QButtonGroup>
@@ -24,7 +24,7 @@
 
 namespace corvane {
 
-frmExtractor::frmExtractor(QWidget *parent)
+LeadsScanWindow::LeadsScanWindow(QWidget *parent)
     : SkinnedWindow(QStringLiteral("Images3"), tr("Leads Scan"), parent),
       m_scan(AddressFilterList::bundled()), m_optFolder(new QRadioButton(tr("Scan F&older"), this)),
       m_optFile(new QRadioButton(tr("Scan F&ile"), this)), m_panels(new QStackedWidget(this)),
@@ -81,20 +81,20 @@ frmExtractor::frmExtractor(QWidget *parent)
     connect(m_types, &QListWidget::itemChanged, this, [this](QListWidgetItem *item) {
         m_scan.fileTypes().setChecked(m_types->row(item), item->checkState() == Qt::Checked);
     });
-    connect(m_addType, &QPushButton::clicked, this, &frmExtractor::addType);
-    connect(m_newType, &QLineEdit::returnPressed, this, &frmExtractor::addType);
-    connect(m_removeType, &QPushButton::clicked, this, &frmExtractor::removeTypes);
-    connect(m_selectFile, &QPushButton::clicked, this, &frmExtractor::selectFile);
-    connect(m_selectFolder, &QPushButton::clicked, this, &frmExtractor::selectFolder);
-    connect(m_scanFile, &QPushButton::clicked, this, &frmExtractor::scanFile);
-    connect(m_scanFolder, &QPushButton::clicked, this, &frmExtractor::scanFolder);
+    connect(m_addType, &QPushButton::clicked, this, &LeadsScanWindow::addType);
+    connect(m_newType, &QLineEdit::returnPressed, this, &LeadsScanWindow::addType);
+    connect(m_removeType, &QPushButton::clicked, this, &LeadsScanWindow::removeTypes);
+    connect(m_selectFile, &QPushButton::clicked, this, &LeadsScanWindow::selectFile);
+    connect(m_selectFolder, &QPushButton::clicked, this, &LeadsScanWindow::selectFolder);
+    connect(m_scanFile, &QPushButton::clicked, this, &LeadsScanWindow::scanFile);
+    connect(m_scanFolder, &QPushButton::clicked, this, &LeadsScanWindow::scanFolder);
     connect(m_stopFolder, &QPushButton::clicked, &m_scan, &LeadsScan::stop);
-    connect(m_removeLeads, &QPushButton::clicked, this, &frmExtractor::removeSelectedLeads);
-    connect(m_saveLeads, &QPushButton::clicked, this, &frmExtractor::saveLeads);
+    connect(m_removeLeads, &QPushButton::clicked, this, &LeadsScanWindow::removeSelectedLeads);
+    connect(m_saveLeads, &QPushButton::clicked, this, &LeadsScanWindow::saveLeads);
     connect(m_help, &QPushButton::clicked, this,
-            [this] { frmHelp::showHelp(QStringLiteral("leadsscan.htm"), {}, this); });
-    connect(&m_scan, &LeadsScan::leadsAdded, this, &frmExtractor::showCounts);
-    connect(&m_scan, &LeadsScan::fileScanned, this, &frmExtractor::showCounts);
+            [this] { HelpWindow::showHelp(QStringLiteral("leadsscan.htm"), {}, this); });
+    connect(&m_scan, &LeadsScan::leadsAdded, this, &LeadsScanWindow::showCounts);
+    connect(&m_scan, &LeadsScan::fileScanned, this, &LeadsScanWindow::showCounts);
     connect(&m_scan, &LeadsScan::finished, this, [this] {
         setScanning(false);
         showCounts();
@@ -111,9 +111,9 @@ frmExtractor::frmExtractor(QWidget *parent)
     resize(760, 560);
 }
 
-frmExtractor::~frmExtractor() = default;
+LeadsScanWindow::~LeadsScanWindow() = default;
 
-void frmExtractor::buildLayout()
+void LeadsScanWindow::buildLayout()
 {
     auto *layout = new QVBoxLayout(this);
     auto *options = new QHBoxLayout;
@@ -165,7 +165,7 @@ void frmExtractor::buildLayout()
     layout->addLayout(buttons);
 }
 
-void frmExtractor::showTypes()
+void LeadsScanWindow::showTypes()
 {
     const QSignalBlocker quiet(m_types);
     m_types->clear();
@@ -176,13 +176,13 @@ void frmExtractor::showTypes()
     }
 }
 
-void frmExtractor::showCounts()
+void LeadsScanWindow::showCounts()
 {
     m_listCount->setText(m_scan.leadCountText());
     m_scanCount->setText(m_scan.filesScannedText());
 }
 
-void frmExtractor::addType()
+void LeadsScanWindow::addType()
 {
     const FileTypeList::AddOutcome outcome = m_scan.fileTypes().add(m_newType->text());
     if (outcome.message)
@@ -191,14 +191,14 @@ void frmExtractor::addType()
     showTypes();
 }
 
-void frmExtractor::removeTypes()
+void LeadsScanWindow::removeTypes()
 {
     if (const auto message = m_scan.fileTypes().removeChecked())
         showMessage(this, *message);
     showTypes();
 }
 
-void frmExtractor::selectFile()
+void LeadsScanWindow::selectFile()
 {
     const QString chosen = m_chooseFile();
     if (chosen.isEmpty())
@@ -211,13 +211,13 @@ void frmExtractor::selectFile()
     m_fileTarget->setText(chosen);
 }
 
-void frmExtractor::selectFolder()
+void LeadsScanWindow::selectFolder()
 {
     m_folderTarget->setText(m_chooseFolder());
     m_scanCount->clear();
 }
 
-void frmExtractor::setScanning(bool on)
+void LeadsScanWindow::setScanning(bool on)
 {
     m_stopFolder->setEnabled(on);
     for (QPushButton *b : {m_scanFile, m_scanFolder, m_selectFile, m_selectFolder, m_saveLeads,
@@ -225,7 +225,7 @@ void frmExtractor::setScanning(bool on)
         b->setEnabled(!on);
 }
 
-void frmExtractor::scanFile()
+void LeadsScanWindow::scanFile()
 {
     const Result<void> started = m_scan.startFileScan(m_fileTarget->text().trimmed());
     if (!started) {
@@ -235,7 +235,7 @@ void frmExtractor::scanFile()
     setScanning(true);
 }
 
-void frmExtractor::scanFolder()
+void LeadsScanWindow::scanFolder()
 {
     const Result<void> started = m_scan.startFolderScan(m_folderTarget->text());
     if (!started) {
@@ -245,7 +245,7 @@ void frmExtractor::scanFolder()
     setScanning(true);
 }
 
-void frmExtractor::removeSelectedLeads()
+void LeadsScanWindow::removeSelectedLeads()
 {
     TextListModel &leads = m_scan.leads();
     for (qsizetype row = 0; row < leads.count(); ++row)
@@ -254,7 +254,7 @@ void frmExtractor::removeSelectedLeads()
     showCounts();
 }
 
-void frmExtractor::saveLeads()
+void LeadsScanWindow::saveLeads()
 {
     if (m_scan.leads().isEmpty()) {
         showMessage(this, LeadsScan::kNoLeadsMessage);
@@ -270,14 +270,14 @@ void frmExtractor::saveLeads()
         request.question = question;
         request.leadFileName = chosen;
         request.leads = m_scan.leads().texts();
-        frmDel::ask(request, this);
+        DeleteConfirmDialog::ask(request, this);
         return false;
     });
     if (!saved)
         showErrorReport(this, LeadsScan::kSaveFailedLabel, saved.message());
 }
 
-void frmExtractor::closeEvent(QCloseEvent *event)
+void LeadsScanWindow::closeEvent(QCloseEvent *event)
 {
     m_scan.stop();
     m_scan.saveFileTypes();

@@ -14,13 +14,13 @@ namespace corvane {
 
 // "Leads Verifier": fetches leads from a lead file and keeps those whose domain has a mail
 // exchanger. The run is LeadVerifier's; the window shows its lists, counts and clock.
-class frmVerifyEmails : public SkinnedWindow
+class LeadsVerifierWindow : public SkinnedWindow
 {
     Q_OBJECT
 public:
-    explicit frmVerifyEmails(QWidget *parent = nullptr,
-                             TimerSource &timers = RealTimerSource::instance());
-    ~frmVerifyEmails() override;
+    explicit LeadsVerifierWindow(QWidget *parent = nullptr,
+                                 TimerSource &timers = RealTimerSource::instance());
+    ~LeadsVerifierWindow() override;
 
     LeadVerifier &verifier() { return m_verifier; }
     // The file-open dialog, replaceable for window tests; empty when cancelled.

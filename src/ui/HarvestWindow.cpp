@@ -1,4 +1,4 @@
-#include "ui/frmMain.h"
+#include "ui/HarvestWindow.h"
 
 #include "common/DataFolder.h"
 #include "common/LeadFile.h"
@@ -9,15 +9,15 @@
 #include "engine/ResumeController.h"
 #include "engine/RunLimits.h"
 #include "kb/Deletion.h"
+#include "ui/BookmarkImportDialog.h"
 #include "ui/Cleanup.h"
-#include "ui/frmDel.h"
-#include "ui/frmDelMailGroup.h"
-#include "ui/frmHelp.h"
-#include "ui/frmImport.h"
-#include "ui/frmInputBox.h"
-#include "ui/frmMessage.h"
-#include "ui/frmMsgBox.h"
-#include "ui/frmPath.h"
+#include "ui/DeleteConfirmDialog.h"
+#include "ui/HelpWindow.h"
+#include "ui/InputDialog.h"
+#include "ui/KnowledgeBasePathDialog.h"
+#include "ui/MailGroupDeleteDialog.h"
+#include "ui/MessageDialog.h"
+#include "ui/ResumeDialog.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -116,9 +116,9 @@ const char *const kHelpAnchors[] = {"#search", "#Setting", "#keyword", "#filter"
 
 } // namespace
 
-frmMain::frmMain(QWidget *parent) : frmMain(Options{}, parent) {}
+HarvestWindow::HarvestWindow(QWidget *parent) : HarvestWindow(Options{}, parent) {}
 
-frmMain::frmMain(const Options &options, QWidget *parent)
+HarvestWindow::HarvestWindow(const Options &options, QWidget *parent)
     : SkinnedWindow(QStringLiteral("Images2"), QString(), parent), m_options(options),
       m_downloader(std::make_unique<CurlDownloader>()),
       m_probe(std::make_unique<ConnectionProbe>(options.probeAddress.isEmpty()
@@ -166,7 +166,8 @@ frmMain::frmMain(const Options &options, QWidget *parent)
     });
     connect(&m_crawl->monitor(), &RunMonitor::tickFailed, this,
             [this](const QString &text) { showMessage(this, text); });
-    connect(&m_crawl->resume(), &ResumeController::dialogOpened, this, &frmMain::openResumeDialog);
+    connect(&m_crawl->resume(), &ResumeController::dialogOpened, this,
+            &HarvestWindow::openResumeDialog);
     // The question's going hands the window back at once; whether and when the window
     // system activates it again is not ours to rely on, and that activation is then this one.
     connect(&m_crawl->resume(), &ResumeController::dialogClosed, this, [this] {
@@ -178,13 +179,13 @@ frmMain::frmMain(const Options &options, QWidget *parent)
     Form_Load();
 }
 
-frmMain::~frmMain()
+HarvestWindow::~HarvestWindow()
 {
     m_crawl->Stop();
     m_downloader->cancelAll();
 }
 
-void frmMain::buildSearchTab()
+void HarvestWindow::buildSearchTab()
 {
     auto *tab = new QWidget;
     auto *grid = new QGridLayout(tab);
@@ -240,20 +241,20 @@ void frmMain::buildSearchTab()
         });
         askInput(this, InputMode::AddURL, ops);
     });
-    connect(cmdDelURL, &QPushButton::clicked, this, &frmMain::deleteUrls);
-    connect(cmdImport, &QPushButton::clicked, this, &frmMain::cmdImport_Click);
+    connect(cmdDelURL, &QPushButton::clicked, this, &HarvestWindow::deleteUrls);
+    connect(cmdImport, &QPushButton::clicked, this, &HarvestWindow::cmdImport_Click);
 
     txtURL = named(new QLineEdit(tab), "txtURL");
     grid->addWidget(label(tr("URL:"), tab), 8, 0);
     grid->addWidget(txtURL, 8, 1, 1, 2);
     auto *next = button(tab, tr("Next >>"), "cmdNext1");
-    connect(next, &QPushButton::clicked, this, &frmMain::cmdNext1_Click);
+    connect(next, &QPushButton::clicked, this, &HarvestWindow::cmdNext1_Click);
     grid->addWidget(helpButton(0), 9, 0);
     grid->addWidget(next, 9, 2);
     stabEmailExt->addTab(tab, tr("Search"));
 }
 
-void frmMain::buildKeywordTab()
+void HarvestWindow::buildKeywordTab()
 {
     auto *tab = new QWidget;
     auto *outer = new QVBoxLayout(tab);
@@ -267,7 +268,7 @@ void frmMain::buildKeywordTab()
     connect(cmbSearchList, &QComboBox::activated, this, [this] { cmbSearchList_Click(); });
     txtMailGrName = named(new QLineEdit(fraKeywords), "txtMailGrName");
     cmdDelGroup = button(fraKeywords, tr("Delete Mail Group"), "cmdDelGroup");
-    connect(cmdDelGroup, &QPushButton::clicked, this, &frmMain::cmdDelGroup_Click);
+    connect(cmdDelGroup, &QPushButton::clicked, this, &HarvestWindow::cmdDelGroup_Click);
     grid->addWidget(optSearch[0], 0, 0);
     grid->addWidget(optSearch[1], 0, 1);
     grid->addWidget(label(tr("Mail Group  Name"), fraKeywords), 1, 0);
@@ -281,8 +282,8 @@ void frmMain::buildKeywordTab()
     grid->addWidget(lstKeyword, 3, 0, 1, 2);
     grid->addLayout(buttonColumn({cmdAddKey, cmdRemoveKey}), 3, 2);
     grid->setRowStretch(3, 1);
-    connect(cmdAddKey, &QPushButton::clicked, this, &frmMain::cmdAddKey_Click);
-    connect(cmdRemoveKey, &QPushButton::clicked, this, &frmMain::deleteKeywords);
+    connect(cmdAddKey, &QPushButton::clicked, this, &HarvestWindow::cmdAddKey_Click);
+    connect(cmdRemoveKey, &QPushButton::clicked, this, &HarvestWindow::deleteKeywords);
     outer->addWidget(fraKeywords);
     picKeyword =
         label(tr("Keywords are used only when searching with search engines."), tab, "picKeyword");
@@ -291,13 +292,13 @@ void frmMain::buildKeywordTab()
     row->addWidget(helpButton(2));
     row->addStretch();
     auto *next = button(tab, tr("Next >>"), "cmdNext2");
-    connect(next, &QPushButton::clicked, this, &frmMain::cmdNext2_Click);
+    connect(next, &QPushButton::clicked, this, &HarvestWindow::cmdNext2_Click);
     row->addWidget(next);
     outer->addLayout(row);
     stabEmailExt->addTab(tab, tr("Keyword"));
 }
 
-void frmMain::buildSettingsTab()
+void HarvestWindow::buildSettingsTab()
 {
     auto *tab = new QWidget;
     auto *outer = new QGridLayout(tab);
@@ -318,7 +319,7 @@ void frmMain::buildSettingsTab()
     lg->addWidget(cmbPage, 3, 1);
     lg->addWidget(label(tr("Seconds"), limits), 3, 2);
     cmdAdv = button(limits, tr("Advanced >>"), "cmdAdv");
-    connect(cmdAdv, &QPushButton::clicked, this, &frmMain::cmdAdv_Click);
+    connect(cmdAdv, &QPushButton::clicked, this, &HarvestWindow::cmdAdv_Click);
     lg->addWidget(cmdAdv, 4, 2);
     outer->addWidget(limits, 0, 0);
 
@@ -365,10 +366,10 @@ void frmMain::buildSettingsTab()
     dg->addLayout(buttonColumn({cmdAddTax, cmdDelTax}), 3, 2);
     dg->setRowStretch(3, 1); // the taxonomy list takes the height to spare
     outer->addWidget(def, 1, 0, 1, 2);
-    connect(chkKB, &QCheckBox::clicked, this, &frmMain::chkKB_Click);
-    connect(chkEmail, &QCheckBox::clicked, this, &frmMain::chkEmail_Click);
-    connect(cmdBrowse, &QPushButton::clicked, this, &frmMain::cmdBrowse_Click);
-    connect(cmdAddTax, &QPushButton::clicked, this, &frmMain::cmdAddTax_Click);
+    connect(chkKB, &QCheckBox::clicked, this, &HarvestWindow::chkKB_Click);
+    connect(chkEmail, &QCheckBox::clicked, this, &HarvestWindow::chkEmail_Click);
+    connect(cmdBrowse, &QPushButton::clicked, this, &HarvestWindow::cmdBrowse_Click);
+    connect(cmdAddTax, &QPushButton::clicked, this, &HarvestWindow::cmdAddTax_Click);
     connect(cmdDelTax, &QPushButton::clicked, this, [this] {
         deleteEntries(int(DeleteRequestKind::Taxonomy),
                       tr("Do you wish to permanently delete selected taxonomy"), lstTaxonomy);
@@ -383,13 +384,13 @@ void frmMain::buildSettingsTab()
     row->addWidget(helpButton(1));
     row->addStretch();
     auto *next = button(tab, tr("Next >>"), "cmdNext3");
-    connect(next, &QPushButton::clicked, this, &frmMain::cmdNext3_Click);
+    connect(next, &QPushButton::clicked, this, &HarvestWindow::cmdNext3_Click);
     row->addWidget(next);
     outer->addLayout(row, 2, 0, 1, 2);
     stabEmailExt->addTab(tab, tr("Settings"));
 }
 
-void frmMain::buildFiltersTab()
+void HarvestWindow::buildFiltersTab()
 {
     auto *tab = new QWidget;
     auto *grid = new QGridLayout(tab);
@@ -453,13 +454,13 @@ void frmMain::buildFiltersTab()
     row->addWidget(helpButton(3));
     row->addStretch();
     auto *next = button(tab, tr("Next >>"), "cmdNext4");
-    connect(next, &QPushButton::clicked, this, &frmMain::cmdNext4_Click);
+    connect(next, &QPushButton::clicked, this, &HarvestWindow::cmdNext4_Click);
     row->addWidget(next);
     grid->addLayout(row, 9, 0, 1, 2);
     stabEmailExt->addTab(tab, tr("Filters"));
 }
 
-void frmMain::buildResultTab()
+void HarvestWindow::buildResultTab()
 {
     auto *tab = new QWidget;
     auto *frame = new QGroupBox(tr("Results Page"), tab);
@@ -467,9 +468,9 @@ void frmMain::buildResultTab()
     cmdStart = button(frame, tr("&Start"), "cmdStart");
     cmdStop = button(frame, tr("S&top"), "cmdStop");
     cmdSaveEmail = button(frame, tr("Save &Leads"), "cmdSaveEmail");
-    connect(cmdStart, &QPushButton::clicked, this, &frmMain::cmdStart_Click);
-    connect(cmdStop, &QPushButton::clicked, this, &frmMain::cmdStop_Click);
-    connect(cmdSaveEmail, &QPushButton::clicked, this, &frmMain::cmdSaveEmail_Click);
+    connect(cmdStart, &QPushButton::clicked, this, &HarvestWindow::cmdStart_Click);
+    connect(cmdStop, &QPushButton::clicked, this, &HarvestWindow::cmdStop_Click);
+    connect(cmdSaveEmail, &QPushButton::clicked, this, &HarvestWindow::cmdSaveEmail_Click);
     auto *buttons = new QHBoxLayout;
     buttons->addWidget(cmdStart);
     buttons->addWidget(cmdStop);
@@ -502,7 +503,7 @@ void frmMain::buildResultTab()
     connect(lstDetails, &QListView::customContextMenuRequested, this, [this](const QPoint &at) {
         QMenu menu(this);
         menu.addAction(tr("View Link"), this, [this] { viewLink(lstDetails); });
-        menu.addAction(tr("Skip Domain"), this, &frmMain::skipDomainOfSelectedLink);
+        menu.addAction(tr("Skip Domain"), this, &HarvestWindow::skipDomainOfSelectedLink);
         menu.exec(lstDetails->viewport()->mapToGlobal(at));
     });
 
@@ -548,24 +549,25 @@ void frmMain::buildResultTab()
     stabEmailExt->addTab(tab, tr("Result"));
 }
 
-QWidget *frmMain::helpButton(int index)
+QWidget *HarvestWindow::helpButton(int index)
 {
     auto *help = new QPushButton(tr("&Help"));
     help->setObjectName(QStringLiteral("cmdHelp%1").arg(index));
     connect(help, &QPushButton::clicked, this, [this, index] {
-        frmHelp::showHelp(QStringLiteral("Corvane.htm"), QLatin1String(kHelpAnchors[index]), this);
+        HelpWindow::showHelp(QStringLiteral("Corvane.htm"), QLatin1String(kHelpAnchors[index]),
+                             this);
     });
     return help;
 }
 
-bool frmMain::eventFilter(QObject *watched, QEvent *event)
+bool HarvestWindow::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == stabEmailExt->tabBar() && event->type() == QEvent::MouseMove)
         setTabPicture(stabEmailExt->currentIndex(), 1);
     return SkinnedWindow::eventFilter(watched, event);
 }
 
-void frmMain::setTabPicture(int tab, int picture)
+void HarvestWindow::setTabPicture(int tab, int picture)
 {
     if (tab < 0 || tab >= 5 || m_tabPictures[tab] == picture)
         return;
@@ -584,7 +586,7 @@ void frmMain::setTabPicture(int tab, int picture)
     bar->setTabText(tab, {});
 }
 
-void frmMain::Form_Load()
+void HarvestWindow::Form_Load()
 {
     if (const auto error = GetSearchEngineList(m_provider, m_job.engines))
         showErrorReport(this, QStringLiteral("MainFormLoad->"), *error);
@@ -611,7 +613,7 @@ void frmMain::Form_Load()
     refreshButtons();
 }
 
-void frmMain::loadTaxonomy()
+void HarvestWindow::loadTaxonomy()
 {
     lstTaxonomy->clear();
     if (Result<void> loaded = m_taxonomy.LoadTaxonomy(); !loaded)
@@ -622,7 +624,7 @@ void frmMain::loadTaxonomy()
     }
 }
 
-void frmMain::optSearchType_Click(int index)
+void HarvestWindow::optSearchType_Click(int index)
 {
     const bool engines = index == 0, list = index == 1, single = index == 2;
     lstEngines->setEnabled(engines);
@@ -647,7 +649,7 @@ void frmMain::optSearchType_Click(int index)
     m_context.searchEngineSelected = engines;
 }
 
-void frmMain::optExclude_Click(int index)
+void HarvestWindow::optExclude_Click(int index)
 {
     const bool exclude = index == 0;
     lstEmail->setEnabled(exclude);
@@ -658,7 +660,7 @@ void frmMain::optExclude_Click(int index)
     cmdDelEmail1->setEnabled(!exclude);
 }
 
-void frmMain::reloadMailGroups()
+void HarvestWindow::reloadMailGroups()
 {
     cmbSearchList->clear();
     if (Result<void> loaded = m_mailGroups.LoadMailGroups(); !loaded)
@@ -667,7 +669,7 @@ void frmMain::reloadMailGroups()
         cmbSearchList->addItem(entry.text, entry.number);
 }
 
-void frmMain::optSearch_Click(int index)
+void HarvestWindow::optSearch_Click(int index)
 {
     if (index == 1) {
         reloadMailGroups();
@@ -688,7 +690,7 @@ void frmMain::optSearch_Click(int index)
     }
 }
 
-void frmMain::loadGroupKeywords()
+void HarvestWindow::loadGroupKeywords()
 {
     lstKeyword->clear();
     const qint32 group = cmbSearchList->currentData().toInt();
@@ -702,12 +704,12 @@ void frmMain::loadGroupKeywords()
     }
 }
 
-void frmMain::cmbSearchList_Click()
+void HarvestWindow::cmbSearchList_Click()
 {
     loadGroupKeywords();
 }
 
-void frmMain::cmdAddKey_Click()
+void HarvestWindow::cmdAddKey_Click()
 {
     qint32 group = cmbSearchList->currentData().toInt();
     if (optSearch[0]->isChecked()) {
@@ -745,7 +747,7 @@ void frmMain::cmdAddKey_Click()
     askInput(this, InputMode::AddKeyword, ops);
 }
 
-void frmMain::cmdAddTax_Click()
+void HarvestWindow::cmdAddTax_Click()
 {
     InputOperations ops;
     ops.set(InputMode::AddTaxonomy, [this](const QString &text) {
@@ -763,7 +765,7 @@ void frmMain::cmdAddTax_Click()
     askInput(this, InputMode::AddTaxonomy, ops);
 }
 
-void frmMain::chkKB_Click()
+void HarvestWindow::chkKB_Click()
 {
     const bool on = chkKB->isChecked();
     if (on) {
@@ -795,35 +797,35 @@ void frmMain::chkKB_Click()
         cmdDelTax->setEnabled(true);
 }
 
-void frmMain::chkEmail_Click()
+void HarvestWindow::chkEmail_Click()
 {
     DeleteRequest request;
     request.kind = int(DeleteRequestKind::SkipEmailExtraction);
     request.question = tr("Do you really wish to skip Email-ID extraction?");
-    const std::optional<DeleteOutcome> outcome = frmDel::ask(request, this);
+    const std::optional<DeleteOutcome> outcome = DeleteConfirmDialog::ask(request, this);
     const bool skip = outcome && outcome->skipEmail.value_or(chkEmail->isChecked());
     chkEmail->setChecked(skip && chkEmail->isChecked());
 }
 
-void frmMain::cmdBrowse_Click()
+void HarvestWindow::cmdBrowse_Click()
 {
-    const QString folder = frmPath::choose(txtPath->text(), this);
+    const QString folder = KnowledgeBasePathDialog::choose(txtPath->text(), this);
     if (!folder.isEmpty())
         txtPath->setText(QDir::toNativeSeparators(folder));
 }
 
-void frmMain::cmdDelGroup_Click()
+void HarvestWindow::cmdDelGroup_Click()
 {
     if (cmbSearchList->count() == 0)
         return;
-    frmDelMailGroup dialog(cmbSearchList->currentData().toInt(), this);
+    MailGroupDeleteDialog dialog(cmbSearchList->currentData().toInt(), this);
     dialog.exec();
     // A mail group deleted there takes its keywords with it: show what is left.
     if (dialog.changed())
         optSearch_Click(1);
 }
 
-void frmMain::addEntry(QListWidget *list, const QString &text)
+void HarvestWindow::addEntry(QListWidget *list, const QString &text)
 {
     const QString entry = text.trimmed();
     if (entry.isEmpty())
@@ -833,7 +835,7 @@ void frmMain::addEntry(QListWidget *list, const QString &text)
     item->setSelected(true);
 }
 
-void frmMain::deleteEntries(int kind, const QString &question, QListWidget *list)
+void HarvestWindow::deleteEntries(int kind, const QString &question, QListWidget *list)
 {
     DeleteRequest request;
     request.kind = kind;
@@ -841,7 +843,7 @@ void frmMain::deleteEntries(int kind, const QString &question, QListWidget *list
     for (int i = 0; i < list->count(); ++i)
         request.list.append({list->item(i)->text(), list->item(i)->data(Qt::UserRole).toInt(),
                              list->item(i)->isSelected()});
-    const std::optional<DeleteOutcome> outcome = frmDel::ask(request, this);
+    const std::optional<DeleteOutcome> outcome = DeleteConfirmDialog::ask(request, this);
     if (!outcome)
         return;
     list->clear();
@@ -851,7 +853,7 @@ void frmMain::deleteEntries(int kind, const QString &question, QListWidget *list
     }
 }
 
-void frmMain::deleteUrls()
+void HarvestWindow::deleteUrls()
 {
     DeleteRequest request;
     request.kind = int(DeleteRequestKind::Urls);
@@ -859,7 +861,7 @@ void frmMain::deleteUrls()
     for (qsizetype row = 0; row < m_context.lstURLList.count(); ++row)
         request.list.append(
             {m_context.lstURLList.at(row), qint32(row), m_context.lstURLList.isSelected(row)});
-    const std::optional<DeleteOutcome> outcome = frmDel::ask(request, this);
+    const std::optional<DeleteOutcome> outcome = DeleteConfirmDialog::ask(request, this);
     if (!outcome)
         return;
     m_context.lstURLList.clear();
@@ -867,7 +869,7 @@ void frmMain::deleteUrls()
         m_context.lstURLList.append(left.text);
 }
 
-void frmMain::deleteKeywords()
+void HarvestWindow::deleteKeywords()
 {
     DeleteRequest request;
     request.kind = int(DeleteRequestKind::Keywords);
@@ -878,12 +880,12 @@ void frmMain::deleteKeywords()
                              lstKeyword->item(i)->isSelected()});
     for (const CatalogueEntry &entry : m_keywords.allKeywords())
         request.allKeywords.append({entry.text, entry.number, false});
-    const std::optional<DeleteOutcome> outcome = frmDel::ask(request, this);
+    const std::optional<DeleteOutcome> outcome = DeleteConfirmDialog::ask(request, this);
     if (outcome)
         loadGroupKeywords();
 }
 
-void frmMain::syncJob()
+void HarvestWindow::syncJob()
 {
     HarvestJob &job = m_job;
     for (int i = 0; i < 3; ++i)
@@ -936,13 +938,13 @@ void frmMain::syncJob()
     job.includedEmailTypes = texts(lstIncEmail);
 }
 
-const HarvestJob &frmMain::job()
+const HarvestJob &HarvestWindow::job()
 {
     syncJob();
     return m_job;
 }
 
-void frmMain::showCheck(const JobCheck &check)
+void HarvestWindow::showCheck(const JobCheck &check)
 {
     if (check.passed())
         stabEmailExt->setCurrentIndex(int(check.tab));
@@ -950,30 +952,30 @@ void frmMain::showCheck(const JobCheck &check)
         showMessage(this, check.message);
 }
 
-void frmMain::cmdNext1_Click()
+void HarvestWindow::cmdNext1_Click()
 {
     showCheck(checkNext1(job()));
 }
-void frmMain::cmdNext2_Click()
+void HarvestWindow::cmdNext2_Click()
 {
     showCheck(checkNext2(job()));
 }
-void frmMain::cmdNext3_Click()
+void HarvestWindow::cmdNext3_Click()
 {
     showCheck(checkNext3(job()));
 }
-void frmMain::cmdNext4_Click()
+void HarvestWindow::cmdNext4_Click()
 {
     showCheck(checkNext4(job()));
 }
 
-void frmMain::cmdAdv_Click()
+void HarvestWindow::cmdAdv_Click()
 {
     m_proxyOpened = true;
     fraProxy->show();
 }
 
-void frmMain::cmdStart_Click()
+void HarvestWindow::cmdStart_Click()
 {
     const JobCheck check = validateStart(job());
     if (!check.passed()) {
@@ -1024,18 +1026,18 @@ void frmMain::cmdStart_Click()
     refreshButtons();
 }
 
-void frmMain::cmdStop_Click()
+void HarvestWindow::cmdStop_Click()
 {
     m_crawl->Stop();
     refreshButtons();
 }
 
-QStringList frmMain::leads() const
+QStringList HarvestWindow::leads() const
 {
     return m_context.lstMailList.texts();
 }
 
-void frmMain::cmdSaveEmail_Click()
+void HarvestWindow::cmdSaveEmail_Click()
 {
     const QString path =
         m_leadFileChooser
@@ -1047,12 +1049,12 @@ void frmMain::cmdSaveEmail_Click()
         showErrorReport(this, QStringLiteral("cmdSaveEmail->"), written.message());
 }
 
-void frmMain::cmdImport_Click()
+void HarvestWindow::cmdImport_Click()
 {
     if (m_importRunner) {
         m_importRunner(m_context);
     } else {
-        frmImport dialog(m_context, this);
+        BookmarkImportDialog dialog(m_context, this);
         dialog.exec();
     }
     lblURLCount->setText(tr("%1 URLs.").arg(m_context.lstURLList.count()));
@@ -1060,20 +1062,20 @@ void frmMain::cmdImport_Click()
     lstURLList->selectAll();
 }
 
-void frmMain::viewLink(QListView *list)
+void HarvestWindow::viewLink(QListView *list)
 {
     const QModelIndex current = list->currentIndex();
     if (current.isValid())
         QDesktopServices::openUrl(QUrl(current.data().toString()));
 }
 
-void frmMain::skipDomainOfSelectedLink()
+void HarvestWindow::skipDomainOfSelectedLink()
 {
     m_crawl->SkipDomain();
     refreshProgress();
 }
 
-void frmMain::refreshProgress()
+void HarvestWindow::refreshProgress()
 {
     const RunMonitor &monitor = m_crawl->monitor();
     lblHr->setText(QString::number(monitor.clock().hours));
@@ -1091,7 +1093,7 @@ void frmMain::refreshProgress()
     lblInet->setVisible(m_crawl->downloadingLabelVisible());
 }
 
-void frmMain::refreshButtons()
+void HarvestWindow::refreshButtons()
 {
     cmdStart->setEnabled(m_crawl->startEnabled());
     cmdStop->setEnabled(m_crawl->stopEnabled());
@@ -1099,18 +1101,18 @@ void frmMain::refreshButtons()
     refreshProgress();
 }
 
-void frmMain::openResumeDialog()
+void HarvestWindow::openResumeDialog()
 {
     m_crawl->monitor().showConnectionLost();
     refreshProgress();
     if (m_resumeDialog)
         return;
-    m_resumeDialog = new frmMessage(m_crawl->resume(), this);
+    m_resumeDialog = new ResumeDialog(m_crawl->resume(), this);
     m_resumeDialog->setAttribute(Qt::WA_DeleteOnClose);
     m_resumeDialog->open();
 }
 
-void frmMain::changeEvent(QEvent *event)
+void HarvestWindow::changeEvent(QEvent *event)
 {
     // Coming back to the window after the connection question re-arms the run's timers.
     if (event->type() == QEvent::ActivationChange && isActiveWindow()) {
@@ -1120,7 +1122,7 @@ void frmMain::changeEvent(QEvent *event)
     SkinnedWindow::changeEvent(event);
 }
 
-void frmMain::closeEvent(QCloseEvent *event)
+void HarvestWindow::closeEvent(QCloseEvent *event)
 {
     m_crawl->Stop();
     m_downloader->cancelAll();

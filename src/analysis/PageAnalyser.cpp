@@ -1,4 +1,4 @@
-#include "analysis/clsExtractor.h"
+#include "analysis/PageAnalyser.h"
 
 #include "analysis/AnchorParser.h"
 #include "analysis/EmailMatcher.h"
@@ -78,7 +78,7 @@ void listOnce(AnalysisContext &ctx, TextListModel &list, const QString &url)
 
 } // namespace
 
-QString clsExtractor::MakeBaseURL(const QString &url, CrawlProfile profile)
+QString PageAnalyser::MakeBaseURL(const QString &url, CrawlProfile profile)
 {
     const qsizetype shift = schemeShift(url, profile);
     const qsizetype lastSlash = url.lastIndexOf(QLatin1Char('/')) + 1; // 1-based, 0 = none
@@ -90,7 +90,7 @@ QString clsExtractor::MakeBaseURL(const QString &url, CrawlProfile profile)
     return QString();
 }
 
-QString clsExtractor::FetchURLLinks(const QString &content, const QString &base)
+QString PageAnalyser::FetchURLLinks(const QString &content, const QString &base)
 {
     m_ctx.baseURL = base;
     const bool baseHasAt = base.contains(QLatin1Char('@'));
@@ -108,7 +108,7 @@ QString clsExtractor::FetchURLLinks(const QString &content, const QString &base)
     return QStringLiteral("Sucess");
 }
 
-QString clsExtractor::FetchURLDetails(const QString &content, const QString &base)
+QString PageAnalyser::FetchURLDetails(const QString &content, const QString &base)
 {
     const QString host = hostOf(base, m_ctx.profile);
     const bool hostHasAt = host.contains(QLatin1Char('@'));
@@ -135,7 +135,7 @@ QString clsExtractor::FetchURLDetails(const QString &content, const QString &bas
     return QStringLiteral("Sucess");
 }
 
-QString clsExtractor::FetchLinks(const QString &content, const QString &base)
+QString PageAnalyser::FetchLinks(const QString &content, const QString &base)
 {
     Q_UNUSED(base);
     m_ctx.parseMode = 1;
@@ -153,7 +153,7 @@ QString clsExtractor::FetchLinks(const QString &content, const QString &base)
     return QString();
 }
 
-QString clsExtractor::FetchDetails(const QString &content, QString &base)
+QString PageAnalyser::FetchDetails(const QString &content, QString &base)
 {
     const qsizetype slash = inStr(8 + schemeShift(base, m_ctx.profile), base, u"/");
     if (slash > 0)
@@ -167,13 +167,13 @@ QString clsExtractor::FetchDetails(const QString &content, QString &base)
     return QString();
 }
 
-int clsExtractor::ExtractEmails(QByteArrayView text)
+int PageAnalyser::ExtractEmails(QByteArrayView text)
 {
     const TextListModel::Batch batch(m_ctx.lstMailList);
     return corvane::ExtractEmails(text, m_ctx.filters, m_ctx.leadSet(), m_ctx.lstMailList);
 }
 
-int clsExtractor::ExtractEmails(QStringView text)
+int PageAnalyser::ExtractEmails(QStringView text)
 {
     return ExtractEmails(QByteArrayView(text.toLatin1()));
 }

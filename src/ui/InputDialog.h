@@ -16,11 +16,11 @@ namespace corvane {
 // The program's input box: one prompt, one text field, OK and Cancel. OK checks the text as
 // the mode asks, keeps the dialog open with a message when it is refused, and otherwise
 // stores the text, runs the mode's operation and closes. Enter in the field is OK.
-class frmInputBox : public SkinnedDialog
+class InputDialog : public SkinnedDialog
 {
     Q_OBJECT
 public:
-    frmInputBox(qint16 mode, InputOperations operations, QWidget *parent = nullptr);
+    InputDialog(qint16 mode, InputOperations operations, QWidget *parent = nullptr);
 
     qint16 mode() const { return m_mode; }
     QString inputText() const { return m_inputText; }

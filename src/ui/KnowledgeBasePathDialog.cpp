@@ -1,7 +1,7 @@
-#include "ui/frmPath.h"
+#include "ui/KnowledgeBasePathDialog.h"
 
 #include "common/DataFolder.h"
-#include "ui/frmMsgBox.h"
+#include "ui/MessageDialog.h"
 
 #include <QComboBox>
 #include <QDir>
@@ -17,7 +17,7 @@
 
 namespace corvane {
 
-frmPath::frmPath(const QString &start, QWidget *parent)
+KnowledgeBasePathDialog::KnowledgeBasePathDialog(const QString &start, QWidget *parent)
     : SkinnedDialog(QStringLiteral("Images9"), tr("Knowledge Base Path"), parent),
       m_drives(new QComboBox(this)), m_dirs(new QTreeView(this)),
       m_model(new QFileSystemModel(this)), m_save(new QPushButton(tr("&Save"), this))
@@ -59,7 +59,7 @@ frmPath::frmPath(const QString &start, QWidget *parent)
     layout->addLayout(buttons);
     resize(420, 460);
 
-    connect(m_drives, &QComboBox::activated, this, &frmPath::changeDrive);
+    connect(m_drives, &QComboBox::activated, this, &KnowledgeBasePathDialog::changeDrive);
     connect(m_dirs->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex &current) {
                 if (current.isValid())
@@ -70,7 +70,7 @@ frmPath::frmPath(const QString &start, QWidget *parent)
     setFolder(start.trimmed().isEmpty() ? DataFolder::root() : start.trimmed());
 }
 
-void frmPath::setFolder(const QString &folder)
+void KnowledgeBasePathDialog::setFolder(const QString &folder)
 {
     m_folder = QDir::cleanPath(QDir::fromNativeSeparators(folder));
     const QModelIndex index = m_model->index(m_folder);
@@ -90,7 +90,7 @@ void frmPath::setFolder(const QString &folder)
         m_drives->setCurrentIndex(best);
 }
 
-void frmPath::changeDrive()
+void KnowledgeBasePathDialog::changeDrive()
 {
     const QString root = QDir::fromNativeSeparators(m_drives->currentText());
     if (!QFileInfo(root).isDir() || !QFileInfo(root).isReadable()) {
@@ -100,14 +100,14 @@ void frmPath::changeDrive()
     setFolder(root);
 }
 
-QString frmPath::chosenPath() const
+QString KnowledgeBasePathDialog::chosenPath() const
 {
     return QDir::toNativeSeparators(m_folder.trimmed());
 }
 
-QString frmPath::choose(const QString &start, QWidget *parent)
+QString KnowledgeBasePathDialog::choose(const QString &start, QWidget *parent)
 {
-    frmPath dialog(start, parent);
+    KnowledgeBasePathDialog dialog(start, parent);
     dialog.exec(); // every way of closing keeps the folder on show
     return dialog.chosenPath();
 }

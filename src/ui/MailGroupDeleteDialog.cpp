@@ -1,6 +1,6 @@
-#include "ui/frmDelMailGroup.h"
+#include "ui/MailGroupDeleteDialog.h"
 
-#include "ui/frmMsgBox.h"
+#include "ui/MessageDialog.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -12,7 +12,7 @@
 
 namespace corvane {
 
-frmDelMailGroup::frmDelMailGroup(qint32 preselect, QWidget *parent)
+MailGroupDeleteDialog::MailGroupDeleteDialog(qint32 preselect, QWidget *parent)
     : SkinnedDialog(QStringLiteral("Images9"), tr("Delete Mail Group"), parent),
       m_mailGroup(new QComboBox(this)), m_chkKB(new QCheckBox(tr("&Knowledge bases"), this)),
       m_kb(new QListWidget(this)), m_del(new QPushButton(tr("&Delete"), this)),
@@ -47,12 +47,12 @@ frmDelMailGroup::frmDelMailGroup(qint32 preselect, QWidget *parent)
         m_model.selectMailGroup(m_mailGroup->currentData().toInt());
         showKnowledgeBases();
     });
-    connect(m_del, &QPushButton::clicked, this, &frmDelMailGroup::deleteSelected);
+    connect(m_del, &QPushButton::clicked, this, &MailGroupDeleteDialog::deleteSelected);
     connect(m_close, &QPushButton::clicked, this, &QDialog::accept);
     load(preselect);
 }
 
-void frmDelMailGroup::load(qint32 preselect)
+void MailGroupDeleteDialog::load(qint32 preselect)
 {
     const auto opened = m_model.open(preselect);
     if (!opened) {
@@ -72,7 +72,7 @@ void frmDelMailGroup::load(qint32 preselect)
     showKnowledgeBases();
 }
 
-void frmDelMailGroup::showKnowledgeBases()
+void MailGroupDeleteDialog::showKnowledgeBases()
 {
     m_kb->clear();
     for (const MailGroupDeletion::KnowledgeBaseItem &kb : m_model.knowledgeBases()) {
@@ -82,7 +82,7 @@ void frmDelMailGroup::showKnowledgeBases()
     m_del->setEnabled(m_mailGroup->count() > 0);
 }
 
-void frmDelMailGroup::deleteSelected()
+void MailGroupDeleteDialog::deleteSelected()
 {
     if (m_mailGroup->currentIndex() < 0)
         return;

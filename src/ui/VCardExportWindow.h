@@ -16,12 +16,12 @@ namespace corvane {
 
 // "Export Leads to MS Outlook": reads a lead file and writes every lead as a contact of the
 // chosen category into a vCard file that Outlook and other mail programs import.
-class frmImportLeads : public SkinnedWindow
+class VCardExportWindow : public SkinnedWindow
 {
     Q_OBJECT
 public:
-    explicit frmImportLeads(QWidget *parent = nullptr);
-    ~frmImportLeads() override;
+    explicit VCardExportWindow(QWidget *parent = nullptr);
+    ~VCardExportWindow() override;
 
     LeadExport &exporter() { return m_export; }
 

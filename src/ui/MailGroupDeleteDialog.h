@@ -12,12 +12,12 @@ namespace corvane {
 
 // Deletes knowledge bases by mail group; the mail group and its keywords go with its last
 // knowledge base.
-class frmDelMailGroup : public SkinnedDialog
+class MailGroupDeleteDialog : public SkinnedDialog
 {
     Q_OBJECT
 public:
     // preselect: the mail group the harvest window has selected.
-    explicit frmDelMailGroup(qint32 preselect, QWidget *parent = nullptr);
+    explicit MailGroupDeleteDialog(qint32 preselect, QWidget *parent = nullptr);
 
     QComboBox *cmbMailGroup() const { return m_mailGroup; }
     QListWidget *lstKB() const { return m_kb; }

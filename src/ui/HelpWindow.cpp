@@ -1,4 +1,4 @@
-#include "ui/frmHelp.h"
+#include "ui/HelpWindow.h"
 
 #include "common/DataFolder.h"
 #include "ui/DialogState.h"
@@ -80,15 +80,16 @@ bool openHelpInBrowser(const QString &page)
 
 namespace {
 
-QPointer<frmHelp> &helpWindow()
+QPointer<HelpWindow> &helpWindow()
 {
-    static QPointer<frmHelp> window;
+    static QPointer<HelpWindow> window;
     return window;
 }
 
 } // namespace
 
-frmHelp::frmHelp(QWidget *parent) : SkinnedWindow(QStringLiteral("Images7"), QString(), parent)
+HelpWindow::HelpWindow(QWidget *parent)
+    : SkinnedWindow(QStringLiteral("Images7"), QString(), parent)
 {
     setObjectName(QStringLiteral("frmHelp"));
     setAttribute(Qt::WA_DeleteOnClose);
@@ -110,20 +111,20 @@ frmHelp::frmHelp(QWidget *parent) : SkinnedWindow(QStringLiteral("Images7"), QSt
     resize(760, 560);
 }
 
-frmHelp::~frmHelp() = default;
+HelpWindow::~HelpWindow() = default;
 
-frmHelp *frmHelp::instance()
+HelpWindow *HelpWindow::instance()
 {
     return helpWindow();
 }
 
-frmHelp *frmHelp::showHelp(const QString &page, const QString &anchor, QWidget *parent)
+HelpWindow *HelpWindow::showHelp(const QString &page, const QString &anchor, QWidget *parent)
 {
     const QUrl address = corvane::helpAddress(page, anchor);
     dialogState().helpAddress = address.toString();
     if (!helpWindow())
-        helpWindow() = new frmHelp(parent);
-    frmHelp *window = helpWindow();
+        helpWindow() = new HelpWindow(parent);
+    HelpWindow *window = helpWindow();
     window->setHelpAddress(address);
     window->showNormal();
     window->raise();
@@ -133,13 +134,13 @@ frmHelp *frmHelp::showHelp(const QString &page, const QString &anchor, QWidget *
     return window;
 }
 
-void frmHelp::setHelpAddress(const QUrl &address)
+void HelpWindow::setHelpAddress(const QUrl &address)
 {
     m_address = address;
     m_pending = true;
 }
 
-QUrl frmHelp::shownAddress() const
+QUrl HelpWindow::shownAddress() const
 {
 #ifdef CORVANE_HAVE_WEBENGINE
     return static_cast<QWebEngineView *>(m_view)->url();
@@ -148,7 +149,7 @@ QUrl frmHelp::shownAddress() const
 #endif
 }
 
-void frmHelp::navigate()
+void HelpWindow::navigate()
 {
     if (!m_pending)
         return;
@@ -160,7 +161,7 @@ void frmHelp::navigate()
 #endif
 }
 
-bool frmHelp::event(QEvent *event)
+bool HelpWindow::event(QEvent *event)
 {
     if (event->type() == QEvent::WindowActivate)
         navigate();

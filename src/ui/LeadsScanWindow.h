@@ -17,12 +17,12 @@ namespace corvane {
 
 // The leads scan window: scans a file or a folder tree for addresses, lists them and saves
 // the list as a lead file. The scan itself is LeadsScan's; this window shows it.
-class frmExtractor : public SkinnedWindow
+class LeadsScanWindow : public SkinnedWindow
 {
     Q_OBJECT
 public:
-    explicit frmExtractor(QWidget *parent = nullptr);
-    ~frmExtractor() override;
+    explicit LeadsScanWindow(QWidget *parent = nullptr);
+    ~LeadsScanWindow() override;
 
     LeadsScan &scan() { return m_scan; }
 

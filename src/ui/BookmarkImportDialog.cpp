@@ -39,7 +39,7 @@ BookmarkImportDialog::BookmarkImportDialog(AnalysisContext &context, QWidget *pa
     layout->addLayout(buttons, 1, 0, 1, 3);
 
     connect(m_browse, &QPushButton::clicked, this, &BookmarkImportDialog::browse);
-    connect(m_import, &QPushButton::clicked, this, &BookmarkImportDialog::cmdImport_Click);
+    connect(m_import, &QPushButton::clicked, this, &BookmarkImportDialog::importBookmarks);
     connect(m_cancel, &QPushButton::clicked, this, &QDialog::reject);
 }
 
@@ -52,7 +52,7 @@ void BookmarkImportDialog::browse()
         m_path->setText(QDir::toNativeSeparators(file));
 }
 
-void BookmarkImportDialog::cmdImport_Click()
+void BookmarkImportDialog::importBookmarks()
 {
     const QString path = m_path->text().trimmed();
     if (!path.isEmpty() && !QFileInfo(path).isFile()) {

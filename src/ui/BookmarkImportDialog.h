@@ -17,15 +17,15 @@ class BookmarkImportDialog : public SkinnedDialog
 public:
     explicit BookmarkImportDialog(AnalysisContext &context, QWidget *parent = nullptr);
 
-    QLineEdit *txtPath() const { return m_path; }
-    QPushButton *cmdBrowse() const { return m_browse; }
-    QPushButton *cmdImport() const { return m_import; }
-    QPushButton *cmdCancel() const { return m_cancel; }
+    QLineEdit *pathField() const { return m_path; }
+    QPushButton *browseButton() const { return m_browse; }
+    QPushButton *importButton() const { return m_import; }
+    QPushButton *cancelButton() const { return m_cancel; }
     // Addresses appended by the last import.
     qsizetype imported() const { return m_imported; }
 
 public slots:
-    void cmdImport_Click();
+    void importBookmarks();
 
 private:
     void browse();

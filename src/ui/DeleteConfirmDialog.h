@@ -20,9 +20,9 @@ public:
     const DeleteOutcome &outcome() const { return m_outcome; }
     const DeleteRequest &request() const { return m_request; }
 
-    QLabel *lblQuestion() const { return m_question; }
-    QPushButton *cmdYes() const { return m_yes; }
-    QPushButton *cmdNo() const { return m_no; }
+    QLabel *questionLabel() const { return m_question; }
+    QPushButton *yesButton() const { return m_yes; }
+    QPushButton *noButton() const { return m_no; }
 
     // Shows the dialog modally; returns the outcome when the user agreed.
     static std::optional<DeleteOutcome> ask(const DeleteRequest &request, QWidget *parent);

@@ -50,7 +50,7 @@ public:
     QUrl helpAddress() const { return m_address; }
     // What the page view shows now.
     QUrl shownAddress() const;
-    QWidget *webHelp() const { return m_view; }
+    QWidget *helpView() const { return m_view; }
 
 signals:
     void pageShown(const QUrl &address, bool ok);

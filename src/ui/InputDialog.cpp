@@ -54,8 +54,8 @@ InputDialog::InputDialog(qint16 mode, InputOperations operations, QWidget *paren
     for (QPushButton *button : {m_ok, m_cancel})
         button->setMinimumWidth(90);
 
-    connect(m_ok, &QPushButton::clicked, this, &InputDialog::cmdOK_Click);
-    connect(m_cancel, &QPushButton::clicked, this, &InputDialog::cmdCancel_Click);
+    connect(m_ok, &QPushButton::clicked, this, &InputDialog::acceptInput);
+    connect(m_cancel, &QPushButton::clicked, this, &InputDialog::cancelInput);
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(20, 14, 20, 14);
@@ -74,7 +74,7 @@ InputDialog::InputDialog(qint16 mode, InputOperations operations, QWidget *paren
     adjustSize();
 }
 
-void InputDialog::cmdOK_Click()
+void InputDialog::acceptInput()
 {
     const QString text = m_input->text();
     const InputVerdict verdict = checkInput(m_mode, text);
@@ -106,7 +106,7 @@ void InputDialog::showEvent(QShowEvent *event)
         Qt::QueuedConnection);
 }
 
-void InputDialog::cmdCancel_Click()
+void InputDialog::cancelInput()
 {
     reject();
 }

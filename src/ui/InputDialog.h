@@ -24,13 +24,13 @@ public:
 
     qint16 mode() const { return m_mode; }
     QString inputText() const { return m_inputText; }
-    QLineEdit *txtInput() const { return m_input; }
-    QPushButton *cmdOK() const { return m_ok; }
-    QPushButton *cmdCancel() const { return m_cancel; }
+    QLineEdit *inputField() const { return m_input; }
+    QPushButton *okButton() const { return m_ok; }
+    QPushButton *cancelButton() const { return m_cancel; }
 
 public slots:
-    void cmdOK_Click();
-    void cmdCancel_Click();
+    void acceptInput();
+    void cancelInput();
 
 protected:
     void showEvent(QShowEvent *event) override;

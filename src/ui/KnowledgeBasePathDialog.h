@@ -22,9 +22,9 @@ public:
     QString chosenPath() const;
     void setFolder(const QString &folder);
 
-    QComboBox *drvList() const { return m_drives; }
-    QTreeView *dirList() const { return m_dirs; }
-    QPushButton *cmdSave() const { return m_save; }
+    QComboBox *driveList() const { return m_drives; }
+    QTreeView *folderList() const { return m_dirs; }
+    QPushButton *saveButton() const { return m_save; }
 
     // Shows the dialog modally and returns the chosen folder.
     static QString choose(const QString &start, QWidget *parent);

@@ -19,11 +19,11 @@ public:
     // preselect: the mail group the harvest window has selected.
     explicit MailGroupDeleteDialog(qint32 preselect, QWidget *parent = nullptr);
 
-    QComboBox *cmbMailGroup() const { return m_mailGroup; }
-    QListWidget *lstKB() const { return m_kb; }
-    QCheckBox *chkKB() const { return m_chkKB; }
-    QPushButton *cmdDel() const { return m_del; }
-    QPushButton *cmdClose() const { return m_close; }
+    QComboBox *mailGroupBox() const { return m_mailGroup; }
+    QListWidget *knowledgeBaseList() const { return m_kb; }
+    QCheckBox *knowledgeBasesSwitch() const { return m_chkKB; }
+    QPushButton *deleteButton() const { return m_del; }
+    QPushButton *closeButton() const { return m_close; }
 
     // True once something was deleted, so the caller reloads its mail-group lists.
     bool changed() const { return m_changed; }

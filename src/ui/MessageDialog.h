@@ -19,8 +19,8 @@ class MessageDialog : public SkinnedDialog
 public:
     explicit MessageDialog(const QString &message, QWidget *parent = nullptr);
 
-    QLabel *lblMessage() const { return m_label; }
-    QPushButton *cmdOK() const { return m_ok; }
+    QLabel *messageLabel() const { return m_label; }
+    QPushButton *okButton() const { return m_ok; }
 
 private:
     QLabel *m_label;

@@ -18,11 +18,11 @@ class ResumeDialog : public SkinnedDialog
 public:
     explicit ResumeDialog(ResumeController &controller, QWidget *parent = nullptr);
 
-    QLabel *lblTitle() const { return m_title; }
-    QLabel *lblOK() const { return m_okHint; }
-    QLabel *lblCancel() const { return m_cancelHint; }
-    QPushButton *cmdResume() const { return m_resume; }
-    QPushButton *cmdCancel() const { return m_cancel; }
+    QLabel *titleLabel() const { return m_title; }
+    QLabel *resumeLabel() const { return m_okHint; }
+    QLabel *cancelLabel() const { return m_cancelHint; }
+    QPushButton *resumeButton() const { return m_resume; }
+    QPushButton *cancelButton() const { return m_cancel; }
 
 protected:
     // The close button counts as Cancel: the run must not be left waiting unseen.

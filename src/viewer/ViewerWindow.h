@@ -50,7 +50,7 @@ public:
     // The keyword folder on show (the folder index records are written to).
     QString currentKeywordFolder() const { return m_keywordFolder; }
     int currentRow() const { return m_currentRow; }
-    PageView *webPage() const { return m_web; }
+    PageView *pageView() const { return m_web; }
 
 private:
     void buildLayout();

@@ -86,7 +86,7 @@ TEST_F(ViewerTest, WithoutKnowledgeBaseShowsPlaceholderAndDisablesPageButtons)
     for (const char *name :
          {"cmdFirst", "cmdPrevious", "cmdNext", "cmdLast", "cmdDel", "cmdView", "cmdDelKB"})
         EXPECT_FALSE(child<QPushButton>(viewer, name)->isEnabled()) << name;
-    EXPECT_EQ(viewer.webPage()->requestedUrl(), ViewerWindow::placeholderPage());
+    EXPECT_EQ(viewer.pageView()->requestedUrl(), ViewerWindow::placeholderPage());
     EXPECT_TRUE(QFileInfo::exists(home.file(QStringLiteral("IOFiles/KBMailGroup.qdx"))));
     EXPECT_TRUE(messages.messages().isEmpty());
 }
@@ -107,8 +107,8 @@ TEST_F(ViewerTest, PagesThroughAKeywordFromFirstToLast)
     EXPECT_EQ(text(viewer, "lblNum"), QStringLiteral("1"));
     EXPECT_EQ(text(viewer, "lblData2"), QStringLiteral("http://127.0.0.1/Birds/crow/0.html"));
     EXPECT_TRUE(text(viewer, "lblCreatedOn").startsWith(QStringLiteral("Content as on: ")));
-    EXPECT_TRUE(viewer.webPage()->requestedUrl().isLocalFile());
-    EXPECT_TRUE(viewer.webPage()->requestedUrl().toLocalFile().endsWith(QStringLiteral(".htm")));
+    EXPECT_TRUE(viewer.pageView()->requestedUrl().isLocalFile());
+    EXPECT_TRUE(viewer.pageView()->requestedUrl().toLocalFile().endsWith(QStringLiteral(".htm")));
 
     click(viewer, "cmdNext");
     EXPECT_EQ(text(viewer, "lblNum"), QStringLiteral("2"));
@@ -167,7 +167,7 @@ TEST_F(ViewerTest, DeletePageRemovesTheRowThenTheKeywordThenAsksForTheKnowledgeB
     click(viewer, "cmdDel");
     EXPECT_EQ(child<QComboBox>(viewer, "cmbMailList")->count(), 0);
     EXPECT_EQ(text(viewer, "lblTotalNum"), QStringLiteral("0"));
-    EXPECT_EQ(viewer.webPage()->requestedUrl(), ViewerWindow::placeholderPage());
+    EXPECT_EQ(viewer.pageView()->requestedUrl(), ViewerWindow::placeholderPage());
     EXPECT_TRUE(QDir(root).entryList(QDir::Dirs | QDir::NoDotAndDotDot).isEmpty());
     EXPECT_FALSE(child<QPushButton>(viewer, "cmdDel")->isEnabled());
 }
@@ -216,18 +216,18 @@ TEST_F(ViewerTest, AddressBoxAndOriginalPageFollowTheConnection)
     harvest(QStringLiteral("Birds"), {QStringLiteral("crow")}, {1});
     MessageCapture messages;
     ViewerWindow viewer;
-    const QUrl saved = viewer.webPage()->requestedUrl();
+    const QUrl saved = viewer.pageView()->requestedUrl();
 
     test::FixedConnection offline(false);
     viewer.setConnectionCheck(&offline);
     click(viewer, "cmdView");
     EXPECT_EQ(messages.messages().value(0), QStringLiteral("Not connected To the internet."));
-    EXPECT_EQ(viewer.webPage()->requestedUrl(), saved);
+    EXPECT_EQ(viewer.pageView()->requestedUrl(), saved);
 
     test::FixedConnection online(true);
     viewer.setConnectionCheck(&online);
     click(viewer, "cmdView");
-    EXPECT_EQ(viewer.webPage()->requestedUrl(),
+    EXPECT_EQ(viewer.pageView()->requestedUrl(),
               QUrl(QStringLiteral("http://127.0.0.1/Birds/crow/0.html")));
 
     auto *address = child<QLineEdit>(viewer, "txtURL");
@@ -236,7 +236,7 @@ TEST_F(ViewerTest, AddressBoxAndOriginalPageFollowTheConnection)
     EXPECT_EQ(messages.messages().value(1), QStringLiteral("Please enter URL."));
     address->setText(QStringLiteral(" 127.0.0.1:1/x.html "));
     QTest::keyClick(address, Qt::Key_Return);
-    EXPECT_EQ(viewer.webPage()->requestedUrl(), QUrl(QStringLiteral("http://127.0.0.1:1/x.html")));
+    EXPECT_EQ(viewer.pageView()->requestedUrl(), QUrl(QStringLiteral("http://127.0.0.1:1/x.html")));
 }
 
 TEST_F(ViewerTest, ToolButtonsOpenOneWindowEachAndAreReachableByTab)

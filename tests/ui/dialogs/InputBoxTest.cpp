@@ -92,9 +92,9 @@ TEST_F(InputBoxTest, EnterInTheFieldAcceptsAndRunsTheOperation)
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&box));
     EXPECT_EQ(box.findChild<QLabel *>(QStringLiteral("lblPrompt"))->text(),
               QStringLiteral("Enter Domain name to exclude"));
-    EXPECT_TRUE(box.txtInput()->hasFocus());
-    QTest::keyClicks(box.txtInput(), QStringLiteral("spam.test"));
-    QTest::keyClick(box.txtInput(), Qt::Key_Return);
+    EXPECT_TRUE(box.inputField()->hasFocus());
+    QTest::keyClicks(box.inputField(), QStringLiteral("spam.test"));
+    QTest::keyClick(box.inputField(), Qt::Key_Return);
     EXPECT_EQ(box.result(), QDialog::Accepted);
     EXPECT_FALSE(box.isVisible());
     ASSERT_EQ(log.calls.size(), 1);
@@ -109,12 +109,12 @@ TEST_F(InputBoxTest, EmptyTextShowsTheModesMessageAndKeepsTheDialogOpen)
     InputDialog box(4, log.operations());
     box.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&box));
-    QTest::keyClick(box.txtInput(), Qt::Key_Return);
+    QTest::keyClick(box.inputField(), Qt::Key_Return);
     EXPECT_TRUE(box.isVisible());
     EXPECT_EQ(shown.messages(), QStringList{QStringLiteral("Please enter Domian name")});
     EXPECT_TRUE(log.calls.isEmpty());
     // OK button does the same.
-    QTest::mouseClick(box.cmdOK(), Qt::LeftButton);
+    QTest::mouseClick(box.okButton(), Qt::LeftButton);
     EXPECT_TRUE(box.isVisible());
     EXPECT_EQ(shown.messages().size(), 2);
 }
@@ -124,18 +124,18 @@ TEST_F(InputBoxTest, UrlWithoutHttpIsRefusedAndFieldReset)
     InputDialog box(1, log.operations());
     box.show();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&box));
-    EXPECT_EQ(box.txtInput()->text(), QStringLiteral("http://"));
-    QTest::keyClicks(box.txtInput(), QStringLiteral("a.test"));
-    EXPECT_EQ(box.txtInput()->text(), QStringLiteral("http://a.test"));
-    box.txtInput()->setText(QStringLiteral("www.corvane.test"));
-    QTest::keyClick(box.txtInput(), Qt::Key_Return);
+    EXPECT_EQ(box.inputField()->text(), QStringLiteral("http://"));
+    QTest::keyClicks(box.inputField(), QStringLiteral("a.test"));
+    EXPECT_EQ(box.inputField()->text(), QStringLiteral("http://a.test"));
+    box.inputField()->setText(QStringLiteral("www.corvane.test"));
+    QTest::keyClick(box.inputField(), Qt::Key_Return);
     EXPECT_TRUE(box.isVisible());
     EXPECT_EQ(shown.messages(),
               QStringList{QStringLiteral("Please enter valid URL (like http://www.example.com)")});
-    EXPECT_EQ(box.txtInput()->text(), QStringLiteral("http://"));
+    EXPECT_EQ(box.inputField()->text(), QStringLiteral("http://"));
     EXPECT_TRUE(log.calls.isEmpty());
-    QTest::keyClicks(box.txtInput(), QStringLiteral("www.corvane.test"));
-    QTest::keyClick(box.txtInput(), Qt::Key_Enter);
+    QTest::keyClicks(box.inputField(), QStringLiteral("www.corvane.test"));
+    QTest::keyClick(box.inputField(), Qt::Key_Enter);
     EXPECT_FALSE(box.isVisible());
     ASSERT_EQ(log.calls.size(), 1);
     EXPECT_EQ(log.calls[0].second, QStringLiteral("http://www.corvane.test"));
@@ -147,7 +147,7 @@ TEST_F(InputBoxTest, EscapeCancelAndItsMnemonicRunNothing)
         InputDialog box(2, log.operations());
         box.show();
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&box));
-        QTest::keyClicks(box.txtInput(), QStringLiteral("crow"));
+        QTest::keyClicks(box.inputField(), QStringLiteral("crow"));
         QTest::keyClick(&box, Qt::Key_Escape);
         EXPECT_EQ(box.result(), QDialog::Rejected);
         EXPECT_FALSE(box.isVisible());
@@ -157,7 +157,7 @@ TEST_F(InputBoxTest, EscapeCancelAndItsMnemonicRunNothing)
         box.show();
         box.activateWindow();
         ASSERT_TRUE(QTest::qWaitForWindowActive(&box));
-        QTest::keyClicks(box.txtInput(), QStringLiteral("crow"));
+        QTest::keyClicks(box.inputField(), QStringLiteral("crow"));
         QTest::keyClick(&box, Qt::Key_C, Qt::AltModifier);
         // A mnemonic "animates" the button press before it clicks.
         EXPECT_TRUE(QTest::qWaitFor([&] { return !box.isVisible(); }));
@@ -172,15 +172,15 @@ TEST_F(InputBoxTest, TabOrderAndOkMnemonic)
     box.show();
     box.activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&box));
-    EXPECT_EQ(box.cmdOK()->text(), QStringLiteral("&OK"));
-    EXPECT_EQ(box.cmdCancel()->text(), QStringLiteral("&Cancel"));
-    ASSERT_EQ(QApplication::focusWidget(), box.txtInput());
+    EXPECT_EQ(box.okButton()->text(), QStringLiteral("&OK"));
+    EXPECT_EQ(box.cancelButton()->text(), QStringLiteral("&Cancel"));
+    ASSERT_EQ(QApplication::focusWidget(), box.inputField());
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-    EXPECT_EQ(QApplication::focusWidget(), box.cmdOK());
+    EXPECT_EQ(QApplication::focusWidget(), box.okButton());
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-    EXPECT_EQ(QApplication::focusWidget(), box.cmdCancel());
+    EXPECT_EQ(QApplication::focusWidget(), box.cancelButton());
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-    EXPECT_EQ(QApplication::focusWidget(), box.txtInput());
+    EXPECT_EQ(QApplication::focusWidget(), box.inputField());
 
     // Enter on a focused Cancel cancels rather than accepting.
     {
@@ -188,16 +188,16 @@ TEST_F(InputBoxTest, TabOrderAndOkMnemonic)
         other.show();
         other.activateWindow();
         ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
-        other.txtInput()->setText(QStringLiteral("Fish"));
-        other.cmdCancel()->setFocus();
-        QTest::keyClick(other.cmdCancel(), Qt::Key_Return);
+        other.inputField()->setText(QStringLiteral("Fish"));
+        other.cancelButton()->setFocus();
+        QTest::keyClick(other.cancelButton(), Qt::Key_Return);
         EXPECT_EQ(other.result(), QDialog::Rejected);
         EXPECT_TRUE(log.calls.isEmpty());
     }
     box.activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(&box));
 
-    QTest::keyClicks(box.txtInput(), QStringLiteral("Birds"));
+    QTest::keyClicks(box.inputField(), QStringLiteral("Birds"));
     QTest::keyClick(&box, Qt::Key_O, Qt::AltModifier);
     EXPECT_TRUE(QTest::qWaitFor([&] { return !box.isVisible(); }));
     ASSERT_EQ(log.calls.size(), 1);
@@ -210,8 +210,8 @@ TEST_F(InputBoxTest, AskInputRunsModallyAtTheGivenPlace)
         auto *box = qobject_cast<InputDialog *>(QApplication::activeModalWidget());
         ASSERT_NE(box, nullptr);
         EXPECT_EQ(box->pos(), QPoint(150, 120));
-        box->txtInput()->setText(QStringLiteral("news"));
-        QTest::keyClick(box->txtInput(), Qt::Key_Return);
+        box->inputField()->setText(QStringLiteral("news"));
+        QTest::keyClick(box->inputField(), Qt::Key_Return);
     });
     const auto typed = askInput(nullptr, InputMode::AddKeyword, log.operations(), QPoint(150, 120));
     ASSERT_TRUE(typed);

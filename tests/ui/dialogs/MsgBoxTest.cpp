@@ -27,9 +27,9 @@ TEST_F(MsgBoxTest, ShowsTheTextAndClosesOnEnterEscapeOrMnemonic)
         box.show();
         box.activateWindow();
         ASSERT_TRUE(QTest::qWaitForWindowActive(&box));
-        EXPECT_EQ(box.lblMessage()->text(), QStringLiteral("Please enter URL."));
-        EXPECT_EQ(box.cmdOK()->text(), QStringLiteral("&OK"));
-        EXPECT_TRUE(box.cmdOK()->isDefault());
+        EXPECT_EQ(box.messageLabel()->text(), QStringLiteral("Please enter URL."));
+        EXPECT_EQ(box.okButton()->text(), QStringLiteral("&OK"));
+        EXPECT_TRUE(box.okButton()->isDefault());
         QTest::keyClick(&box, key, modifier);
         // A mnemonic "animates" the button press before it clicks.
         EXPECT_TRUE(QTest::qWaitFor([&] { return !box.isVisible(); })) << key;
@@ -41,7 +41,7 @@ TEST_F(MsgBoxTest, LongTextWrapsInsteadOfWideningPastTheScreen)
     MessageDialog box(QString(2000, QLatin1Char('x'))
                           .replace(QLatin1String("xxxxxxxxxx"), QLatin1String("xxxxxxxxx ")));
     box.show();
-    EXPECT_TRUE(box.lblMessage()->wordWrap());
+    EXPECT_TRUE(box.messageLabel()->wordWrap());
     EXPECT_LT(box.width(), 1200);
 }
 

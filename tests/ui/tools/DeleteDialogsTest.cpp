@@ -33,7 +33,7 @@ std::optional<DeleteOutcome> answerWithKey(const DeleteRequest &request, Qt::Key
                                            Qt::KeyboardModifiers modifiers = Qt::NoModifier)
 {
     DeleteConfirmDialog dialog(request);
-    EXPECT_EQ(dialog.lblQuestion()->text(), request.question);
+    EXPECT_EQ(dialog.questionLabel()->text(), request.question);
     dialog.show();
     dialog.activateWindow();
     EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog));
@@ -120,28 +120,28 @@ TEST_F(DeleteDialogsTest, MailGroupDialogDeletesKnowledgeBasesThenTheGroup)
 
     MessageCapture messages;
     MailGroupDeleteDialog dialog(birds->number);
-    ASSERT_EQ(dialog.cmbMailGroup()->count(), 2);
-    EXPECT_EQ(dialog.cmbMailGroup()->currentText(), QStringLiteral("birds"));
-    ASSERT_EQ(dialog.lstKB()->count(), 2);
-    EXPECT_TRUE(
-        dialog.lstKB()->item(0)->text().startsWith(QStringLiteral("one") + QString(30, ' ') + "!"));
+    ASSERT_EQ(dialog.mailGroupBox()->count(), 2);
+    EXPECT_EQ(dialog.mailGroupBox()->currentText(), QStringLiteral("birds"));
+    ASSERT_EQ(dialog.knowledgeBaseList()->count(), 2);
+    EXPECT_TRUE(dialog.knowledgeBaseList()->item(0)->text().startsWith(QStringLiteral("one") +
+                                                                       QString(30, ' ') + "!"));
 
-    dialog.chkKB()->setChecked(false);
-    EXPECT_FALSE(dialog.lstKB()->isEnabled());
-    dialog.chkKB()->setChecked(true);
+    dialog.knowledgeBasesSwitch()->setChecked(false);
+    EXPECT_FALSE(dialog.knowledgeBaseList()->isEnabled());
+    dialog.knowledgeBasesSwitch()->setChecked(true);
 
-    dialog.lstKB()->item(0)->setSelected(true);
-    QTest::mouseClick(dialog.cmdDel(), Qt::LeftButton);
+    dialog.knowledgeBaseList()->item(0)->setSelected(true);
+    QTest::mouseClick(dialog.deleteButton(), Qt::LeftButton);
     EXPECT_FALSE(QFileInfo::exists(kb1));
-    ASSERT_EQ(dialog.lstKB()->count(), 1);
-    EXPECT_EQ(dialog.cmbMailGroup()->count(), 2);
+    ASSERT_EQ(dialog.knowledgeBaseList()->count(), 1);
+    EXPECT_EQ(dialog.mailGroupBox()->count(), 2);
 
-    dialog.lstKB()->item(0)->setSelected(true);
-    QTest::mouseClick(dialog.cmdDel(), Qt::LeftButton);
+    dialog.knowledgeBaseList()->item(0)->setSelected(true);
+    QTest::mouseClick(dialog.deleteButton(), Qt::LeftButton);
     EXPECT_FALSE(QFileInfo::exists(kb2));
-    ASSERT_EQ(dialog.cmbMailGroup()->count(), 1); // birds went with its last knowledge base
-    EXPECT_EQ(dialog.cmbMailGroup()->currentText(), QStringLiteral("fish"));
-    EXPECT_EQ(dialog.lstKB()->count(), 1);
+    ASSERT_EQ(dialog.mailGroupBox()->count(), 1); // birds went with its last knowledge base
+    EXPECT_EQ(dialog.mailGroupBox()->currentText(), QStringLiteral("fish"));
+    EXPECT_EQ(dialog.knowledgeBaseList()->count(), 1);
     EXPECT_TRUE(dialog.changed());
     EXPECT_TRUE(QFileInfo::exists(kb3));
     const auto left = KnowledgeBaseCatalogue::knowledgeBases();

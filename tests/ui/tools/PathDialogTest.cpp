@@ -21,7 +21,7 @@ TEST(PathDialogTest, KeepsTheFolderOnShowHoweverItCloses)
     {
         KnowledgeBasePathDialog dialog(QStringLiteral("  ") + folder + QStringLiteral("  "));
         EXPECT_EQ(dialog.chosenPath(), QDir::toNativeSeparators(folder));
-        EXPECT_GT(dialog.drvList()->count(), 0);
+        EXPECT_GT(dialog.driveList()->count(), 0);
         QTimer::singleShot(0, &dialog, [&] { QTest::keyClick(&dialog, Qt::Key_Escape); });
         dialog.exec();
         EXPECT_EQ(dialog.chosenPath(), QDir::toNativeSeparators(folder));

@@ -28,8 +28,8 @@ TEST(ResumeDialogTest, ShowsTheTextsAndReportsTheUsersChoice)
 
     ResumeDialog dialog(controller);
     dialog.open();
-    EXPECT_EQ(dialog.cmdResume()->text(), QStringLiteral("&Resume Mode"));
-    QTest::mouseClick(dialog.cmdResume(), Qt::LeftButton);
+    EXPECT_EQ(dialog.resumeButton()->text(), QStringLiteral("&Resume Mode"));
+    QTest::mouseClick(dialog.resumeButton(), Qt::LeftButton);
     EXPECT_TRUE(controller.resumeMode());
     EXPECT_FALSE(dialog.isVisible());
 }
@@ -58,18 +58,18 @@ TEST(ImportDialogTest, AppendsTheBookmarkedAddressesOrExplainsWhyNot)
     MessageCapture messages;
 
     BookmarkImportDialog dialog(context);
-    QTest::mouseClick(dialog.cmdImport(), Qt::LeftButton);
+    QTest::mouseClick(dialog.importButton(), Qt::LeftButton);
     EXPECT_EQ(messages.messages().last(), QStringLiteral("Please enter path of the file."));
-    dialog.txtPath()->setText(home.file(QStringLiteral("missing.htm")));
-    QTest::mouseClick(dialog.cmdImport(), Qt::LeftButton);
+    dialog.pathField()->setText(home.file(QStringLiteral("missing.htm")));
+    QTest::mouseClick(dialog.importButton(), Qt::LeftButton);
     EXPECT_EQ(messages.messages().size(), 2);
     EXPECT_TRUE(context.lstURLList.isEmpty());
 
     const QString file = home.file(QStringLiteral("bookmarks.htm"));
     test::writeFile(file, "<DL><DT><A HREF=\"http://127.0.0.1/a/\">A</A>"
                           "<DT><A HREF=\"http://127.0.0.1/b/\">B</A></DL>");
-    dialog.txtPath()->setText(file);
-    QTest::mouseClick(dialog.cmdImport(), Qt::LeftButton);
+    dialog.pathField()->setText(file);
+    QTest::mouseClick(dialog.importButton(), Qt::LeftButton);
     EXPECT_EQ(dialog.imported(), context.lstURLList.count());
     EXPECT_TRUE(context.lstURLList.contains(QStringLiteral("http://127.0.0.1/a/")));
     EXPECT_TRUE(context.lstURLList.contains(QStringLiteral("http://127.0.0.1/b/")));

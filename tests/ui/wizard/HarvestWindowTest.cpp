@@ -116,7 +116,7 @@ TEST_F(HarvestWindowTest, LostConnectionAsksAndResumeModeFinishesTheRun)
     EXPECT_EQ(window->crawl().pageCounter(), 0);
 
     ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, probePort));
-    QTest::mouseClick(dialog->cmdResume(), Qt::LeftButton);
+    QTest::mouseClick(dialog->resumeButton(), Qt::LeftButton);
     EXPECT_TRUE(window->crawl().resume().resumeMode());
 
     ASSERT_TRUE(waitForEnd()) << messages.messages().join('|').toStdString();

@@ -180,8 +180,8 @@ TEST_F(WizardTest, DeleteMailGroupOpensOnTheSelectedGroupAndReloadsTheList)
     QTimer::singleShot(0, [&] {
         auto *dialog = window.findChild<MailGroupDeleteDialog *>();
         ASSERT_NE(dialog, nullptr);
-        preselected = dialog->cmbMailGroup()->currentText();
-        QTest::mouseClick(dialog->cmdDel(), Qt::LeftButton);
+        preselected = dialog->mailGroupBox()->currentText();
+        QTest::mouseClick(dialog->deleteButton(), Qt::LeftButton);
         dialog->reject();
     });
     click("cmdDelGroup");

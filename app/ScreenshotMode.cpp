@@ -202,10 +202,8 @@ int takeScreenshot(const QString &name, const QString &outFile, QWidget *(*start
     } else if (name == QLatin1String("help")) {
         window.reset(HelpWindow::showHelp(help::kMainPage, help::mainWindowAnchor(3)));
     } else if (name == QLatin1String("delete")) {
-        DeleteRequest request;
-        request.kind = static_cast<int>(DeleteRequestKind::Domains);
-        request.question = QStringLiteral("Do you wish to permanently delete selected domains");
-        window = std::make_unique<DeleteConfirmDialog>(request);
+        window = std::make_unique<DeleteConfirmDialog>(
+            QStringLiteral("Do you wish to permanently delete selected domains"));
     } else if (name == QLatin1String("delete-group")) {
         window = std::make_unique<MailGroupDeleteDialog>(0);
     } else if (name == QLatin1String("path")) {

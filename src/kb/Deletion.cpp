@@ -1,6 +1,5 @@
 #include "kb/Deletion.h"
 
-#include "common/LeadFile.h"
 #include "kb/RecordFile.h"
 #include "kb/ScrambleLine.h"
 
@@ -8,6 +7,7 @@
 #include <QFileInfo>
 
 #include <filesystem>
+#include <type_traits>
 
 namespace corvane {
 
@@ -133,9 +133,9 @@ QList<DeleteListItem> unselected(const QList<DeleteListItem> &items)
     return kept;
 }
 
-void deleteKnowledgeBase(const DeleteRequest &request, DeleteOutcome &outcome)
+void deleteKnowledgeBase(const KnowledgeBaseDeletion &request, DeletionOutcome &outcome)
 {
-    const qint32 number = request.knowledgeBaseNumber;
+    const qint32 number = request.number;
     Result<QList<QByteArray>> keywords = storedRecords(CatalogueFiles::kbKeywords());
     Result<QList<QByteArray>> bases = storedRecords(CatalogueFiles::kbMailGroups());
     if (!keywords || !bases) {
@@ -151,9 +151,8 @@ void deleteKnowledgeBase(const DeleteRequest &request, DeleteOutcome &outcome)
         Result<QString> text = decodeRecord(line);
         const QStringList fields = text ? text->split(QLatin1Char('@')) : QStringList();
         const QString folder = fields.mid(3).join(QLatin1Char('@'));
-        folderBelongs = folderBelongs ||
-                        (!folder.trimmed().isEmpty() &&
-                         normalisedPath(folder) == normalisedPath(request.knowledgeBaseFolder));
+        folderBelongs = folderBelongs || (!folder.trimmed().isEmpty() &&
+                                          normalisedPath(folder) == normalisedPath(request.folder));
     }
     removeLines(keywords.value(),
                 [&](const QByteArray &line) { return secondNumber(line) == number; });
@@ -176,10 +175,10 @@ void deleteKnowledgeBase(const DeleteRequest &request, DeleteOutcome &outcome)
     if (!folderBelongs) {
         outcome.problems.append(QStringLiteral("The folder %1 is not the one recorded for this "
                                                "knowledge base; it was left in place")
-                                    .arg(QDir::toNativeSeparators(request.knowledgeBaseFolder)));
+                                    .arg(QDir::toNativeSeparators(request.folder)));
         return;
     }
-    if (Result<void> removed = DeleteKBFiles(request.knowledgeBaseFolder); !removed)
+    if (Result<void> removed = DeleteKBFiles(request.folder); !removed)
         outcome.problems.append(removed.message());
 }
 
@@ -209,59 +208,36 @@ Result<void> removeKeywordFolder(qint32 keywordFolderNumber, const QString &keyw
     return DeleteKBFiles(keywordFolder);
 }
 
-Result<DeleteOutcome> confirmDelete(const DeleteRequest &request)
+DeletionOutcome carryOut(const Deletion &deletion)
 {
-    DeleteOutcome outcome;
-    outcome.list = request.list;
-    outcome.allKeywords = request.allKeywords;
-    switch (static_cast<DeleteRequestKind>(request.kind)) {
-    case DeleteRequestKind::Urls:
-    case DeleteRequestKind::Domains:
-    case DeleteRequestKind::ExcludeEmailTypes:
-    case DeleteRequestKind::IncludeEmailTypes:
-        outcome.list = unselected(request.list);
-        break;
-    case DeleteRequestKind::Taxonomy:
-        outcome.list = unselected(request.list);
-        if (Result<void> written = rewriteList(CatalogueFiles::taxonomy(), outcome.list); !written)
+    DeletionOutcome outcome;
+    const auto rewrite = [&](const QString &path, const QList<DeleteListItem> &items) {
+        if (Result<void> written = rewriteList(path, items); !written)
             outcome.problems.append(written.message());
-        break;
-    case DeleteRequestKind::Keywords:
-        for (const DeleteListItem &item : request.list) {
-            if (item.selected)
-                outcome.allKeywords.removeIf(
-                    [&](const DeleteListItem &all) { return all.data == item.data; });
-        }
-        outcome.list = unselected(request.list);
-        if (Result<void> written = rewriteList(CatalogueFiles::keywords(), outcome.allKeywords);
-            !written)
-            outcome.problems.append(written.message());
-        break;
-    case DeleteRequestKind::SkipEmailExtraction:
-        outcome.skipEmail = true;
-        break;
-    case DeleteRequestKind::ReplaceLeadFile:
-        if (Result<void> written =
-                LeadFile::write(request.leadFileName + QStringLiteral(".csv"), request.leads);
-            !written)
-            outcome.problems.append(written.message());
-        break;
-    case DeleteRequestKind::KnowledgeBase:
-        deleteKnowledgeBase(request, outcome);
-        break;
-    default:
-        return fail(QStringLiteral("Unknown delete request %1").arg(request.kind));
-    }
-    return outcome;
-}
-
-DeleteOutcome declineDelete(const DeleteRequest &request)
-{
-    DeleteOutcome outcome;
-    outcome.list = request.list;
-    outcome.allKeywords = request.allKeywords;
-    if (request.kind == int(DeleteRequestKind::SkipEmailExtraction))
-        outcome.skipEmail = false;
+    };
+    std::visit(
+        [&](const auto &request) {
+            using Kind = std::decay_t<decltype(request)>;
+            if constexpr (std::is_same_v<Kind, ListEntriesDeletion>) {
+                outcome.list = unselected(request.list);
+            } else if constexpr (std::is_same_v<Kind, TaxonomyDeletion>) {
+                outcome.list = unselected(request.terms);
+                rewrite(CatalogueFiles::taxonomy(), outcome.list);
+            } else if constexpr (std::is_same_v<Kind, KeywordDeletion>) {
+                outcome.allKeywords = request.allKeywords;
+                for (const DeleteListItem &item : request.groupKeywords) {
+                    if (item.selected)
+                        outcome.allKeywords.removeIf(
+                            [&](const DeleteListItem &all) { return all.data == item.data; });
+                }
+                outcome.list = unselected(request.groupKeywords);
+                rewrite(CatalogueFiles::keywords(), outcome.allKeywords);
+            } else {
+                static_assert(std::is_same_v<Kind, KnowledgeBaseDeletion>);
+                deleteKnowledgeBase(request, outcome);
+            }
+        },
+        deletion);
     return outcome;
 }
 

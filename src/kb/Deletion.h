@@ -9,25 +9,13 @@
 #include <QStringList>
 
 #include <functional>
+#include <variant>
 
 namespace corvane {
 
 inline constexpr char kFileInUseMessage[] = "Cannot delete, the file is in use";
 
-// The confirmation dialog's request kinds.
-enum class DeleteRequestKind {
-    Urls = 1,                // lstURLList
-    Keywords = 2,            // lstKeyword, with lstKey and Keyword.qdx
-    Taxonomy = 3,            // lstTaxonomy and Taxonomy.qdx
-    Domains = 4,             // lstDomains
-    ExcludeEmailTypes = 5,   // lstEmail
-    IncludeEmailTypes = 6,   // lstIncEmail
-    SkipEmailExtraction = 7, // chkEmail
-    ReplaceLeadFile = 9,     // the leads scan's lead file
-    KnowledgeBase = 10,      // one knowledge base, from the viewer
-};
-
-// A list entry as the dialog sees it.
+// A list entry as the confirmation dialog sees it.
 struct DeleteListItem
 {
     QString text;
@@ -36,38 +24,55 @@ struct DeleteListItem
     bool operator==(const DeleteListItem &) const = default;
 };
 
-// What the caller publishes before showing the dialog; only the fields of its kind count.
-struct DeleteRequest
+// The deletions the confirmation dialog carries out once the user agrees. Each names only
+// what it needs; the question shown with it is the caller's.
+
+// The selected entries of one of the harvest window's own lists (start URLs, excluded
+// domains, excluded or included e-mail types): nothing on disk changes.
+struct ListEntriesDeletion
 {
-    int kind = 0;
-    QString question;
-    // Kinds 1, 3, 4, 5, 6: the list to edit. Kind 2: lstKeyword (keyword, number).
     QList<DeleteListItem> list;
-    // Kind 2: lstKey, every keyword as "group@keyword" with its number.
-    QList<DeleteListItem> allKeywords;
-    // Kind 9: the chosen name (".csv" is appended) and the leads of lstEmails.
-    QString leadFileName;
-    QStringList leads;
-    // Kind 10: the viewer's selected knowledge base.
-    qint32 knowledgeBaseNumber = 0;
-    QString knowledgeBaseFolder;
 };
 
-// What the dialog changed, for the caller to show.
-struct DeleteOutcome
+// The selected taxonomy terms; Taxonomy.qdx is rewritten from the terms that stay.
+// Knowledge-base folders already named after a removed term are not touched.
+struct TaxonomyDeletion
 {
-    QList<DeleteListItem> list;        // the edited list (kinds 1 to 6)
-    QList<DeleteListItem> allKeywords; // kind 2
-    std::optional<bool> skipEmail;     // kind 7: the new state of chkEmail
-    bool reloadViewer = false;         // kind 10: show the placeholder, counters "0", LoadKB
+    QList<DeleteListItem> terms;
+};
+
+// The selected keywords of the shown mail group. allKeywords holds every keyword of
+// Keyword.qdx as "group@keyword" with its number; Keyword.qdx is rewritten from it, so the
+// keywords of other mail groups stay.
+struct KeywordDeletion
+{
+    QList<DeleteListItem> groupKeywords;
+    QList<DeleteListItem> allKeywords;
+};
+
+// One knowledge base, as the viewer lists it: its records in both knowledge-base
+// catalogues, then its folder, which must be the one the catalogue records for it.
+struct KnowledgeBaseDeletion
+{
+    qint32 number = 0;
+    QString folder;
+};
+
+using Deletion =
+    std::variant<ListEntriesDeletion, TaxonomyDeletion, KeywordDeletion, KnowledgeBaseDeletion>;
+
+// What a deletion changed, for the caller to show.
+struct DeletionOutcome
+{
+    QList<DeleteListItem> list;        // what stays of the edited list (entries, terms, keywords)
+    QList<DeleteListItem> allKeywords; // keywords: every keyword that stays
+    bool reloadViewer = false;         // knowledge base: the viewer shows what is left
     QStringList problems;              // steps that failed and were skipped
 };
 
-// OK: carries out the request. Steps that fail are skipped and listed in problems, as the
-// dialog goes on with the next step; an unknown kind fails with a message.
-Result<DeleteOutcome> confirmDelete(const DeleteRequest &request);
-// Cancel: nothing changes, except that kind 7 clears chkEmail.
-DeleteOutcome declineDelete(const DeleteRequest &request);
+// Carries out a deletion the user agreed to. Steps that fail are skipped and listed in
+// problems, so the rest still happens.
+DeletionOutcome carryOut(const Deletion &deletion);
 
 // Removes a folder with everything in it, read-only items included. Fails with
 // kFileInUseMessage when the system refuses for lack of permission or because a file is in

@@ -24,10 +24,10 @@ void DeleteConfirmDialog::setAnswerHook(AnswerHook hook)
     answerHook() = std::move(hook);
 }
 
-DeleteConfirmDialog::DeleteConfirmDialog(DeleteRequest request, QWidget *parent)
+DeleteConfirmDialog::DeleteConfirmDialog(const QString &question, QWidget *parent)
     : SkinnedDialog(QStringLiteral("Images9"), tr("Confirm"), parent),
-      m_request(std::move(request)), m_question(new QLabel(m_request.question, this)),
-      m_yes(new QPushButton(tr("&Yes"), this)), m_no(new QPushButton(tr("&No"), this))
+      m_question(new QLabel(question, this)), m_yes(new QPushButton(tr("&Yes"), this)),
+      m_no(new QPushButton(tr("&No"), this))
 {
     setObjectName(QStringLiteral("frmDel"));
     m_question->setObjectName(QStringLiteral("lblQuestion"));
@@ -47,46 +47,28 @@ DeleteConfirmDialog::DeleteConfirmDialog(DeleteRequest request, QWidget *parent)
     layout->addLayout(buttons);
     setTabOrder(m_yes, m_no);
 
-    connect(m_yes, &QPushButton::clicked, this, &DeleteConfirmDialog::confirm);
-    connect(m_no, &QPushButton::clicked, this, &DeleteConfirmDialog::decline);
     // Escape and the frame's close button decline like No.
-    connect(this, &QDialog::rejected, this, [this] { m_outcome = declineDelete(m_request); });
+    connect(m_yes, &QPushButton::clicked, this, &QDialog::accept);
+    connect(m_no, &QPushButton::clicked, this, &QDialog::reject);
 }
 
-void DeleteConfirmDialog::confirm()
+bool DeleteConfirmDialog::confirm(const QString &question, QWidget *parent)
 {
-    auto done = confirmDelete(m_request);
-    if (!done) {
-        showMessage(this, done.message());
-        reject();
-        return;
-    }
-    m_outcome = std::move(*done);
-    accept();
+    DeleteConfirmDialog dialog(question, parent);
+    if (answerHook())
+        return answerHook()(dialog);
+    return dialog.exec() == QDialog::Accepted;
 }
 
-void DeleteConfirmDialog::decline()
+std::optional<DeletionOutcome>
+DeleteConfirmDialog::askToDelete(const QString &question, const Deletion &deletion, QWidget *parent)
 {
-    reject();
-}
-
-std::optional<DeleteOutcome> DeleteConfirmDialog::ask(const DeleteRequest &request, QWidget *parent)
-{
-    DeleteConfirmDialog dialog(request, parent);
-    bool agreed = false;
-    if (answerHook()) {
-        agreed = answerHook()(dialog);
-        if (agreed)
-            dialog.confirm();
-        else
-            dialog.decline();
-        agreed = dialog.result() == QDialog::Accepted;
-    } else {
-        agreed = dialog.exec() == QDialog::Accepted;
-    }
-    if (!agreed)
+    if (!confirm(question, parent))
         return std::nullopt;
-    return dialog.outcome();
+    DeletionOutcome outcome = carryOut(deletion);
+    if (!outcome.problems.isEmpty())
+        showMessage(parent, outcome.problems.join(QLatin1Char('\n')));
+    return outcome;
 }
 
 } // namespace corvane

@@ -3,40 +3,38 @@
 #include "kb/Deletion.h"
 #include "ui/SkinnedWindow.h"
 
+#include <functional>
+#include <optional>
+
 class QLabel;
 class QPushButton;
 
 namespace corvane {
 
-// The general confirmation dialog: shows the caller's question and, on Yes, carries out the
-// request by its kind. No declines (which for kind 7 still clears the skip flag).
+// The general confirmation dialog: the caller's question with Yes and No, No the default.
+// askToDelete carries out a deletion when the user agrees; confirm only asks.
 class DeleteConfirmDialog : public SkinnedDialog
 {
     Q_OBJECT
 public:
-    explicit DeleteConfirmDialog(DeleteRequest request, QWidget *parent = nullptr);
-
-    // What the last answer changed; problems lists the steps that were skipped.
-    const DeleteOutcome &outcome() const { return m_outcome; }
-    const DeleteRequest &request() const { return m_request; }
+    explicit DeleteConfirmDialog(const QString &question, QWidget *parent = nullptr);
 
     QLabel *questionLabel() const { return m_question; }
     QPushButton *yesButton() const { return m_yes; }
     QPushButton *noButton() const { return m_no; }
 
-    // Shows the dialog modally; returns the outcome when the user agreed.
-    static std::optional<DeleteOutcome> ask(const DeleteRequest &request, QWidget *parent);
+    // Shows the question modally; true when the user answered Yes.
+    static bool confirm(const QString &question, QWidget *parent);
+    // Asks, and on Yes carries out the deletion; steps that failed are shown in one message.
+    // Nothing when the user declined.
+    static std::optional<DeletionOutcome> askToDelete(const QString &question,
+                                                      const Deletion &deletion, QWidget *parent);
 
     // Window tests answer the dialog without showing it: the hook returns true for Yes.
     using AnswerHook = std::function<bool(const DeleteConfirmDialog &)>;
     static void setAnswerHook(AnswerHook hook);
 
 private:
-    void confirm();
-    void decline();
-
-    DeleteRequest m_request;
-    DeleteOutcome m_outcome;
     QLabel *m_question;
     QPushButton *m_yes;
     QPushButton *m_no;

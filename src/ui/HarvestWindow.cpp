@@ -371,8 +371,7 @@ void HarvestWindow::buildSettingsTab()
     connect(cmdBrowse, &QPushButton::clicked, this, &HarvestWindow::cmdBrowse_Click);
     connect(cmdAddTax, &QPushButton::clicked, this, &HarvestWindow::cmdAddTax_Click);
     connect(cmdDelTax, &QPushButton::clicked, this, [this] {
-        deleteEntries(int(DeleteRequestKind::Taxonomy),
-                      tr("Do you wish to permanently delete selected taxonomy"), lstTaxonomy);
+        deleteEntries(tr("Do you wish to permanently delete selected taxonomy"), lstTaxonomy, true);
         QList<CatalogueEntry> left;
         for (int i = 0; i < lstTaxonomy->count(); ++i)
             left.append(
@@ -427,17 +426,14 @@ void HarvestWindow::buildFiltersTab()
         QPushButton *add, *del;
         QListWidget *list;
         InputMode mode;
-        DeleteRequestKind kind;
         QString question;
     };
     const Editor editors[] = {
-        {cmdAddDomain, cmdDelDomains, lstDomains, InputMode::AddDomain, DeleteRequestKind::Domains,
+        {cmdAddDomain, cmdDelDomains, lstDomains, InputMode::AddDomain,
          tr("Do you wish to permanently delete selected domains")},
         {cmdAddEmail, cmdDelEmail, lstEmail, InputMode::AddExcludeEmailType,
-         DeleteRequestKind::ExcludeEmailTypes,
          tr("Do you wish to permanently delete selected exclude Email-ID types")},
         {cmdAddEmail1, cmdDelEmail1, lstIncEmail, InputMode::AddIncludeEmailType,
-         DeleteRequestKind::IncludeEmailTypes,
          tr("Do you wish to permanently delete selected include Email-ID types")},
     };
     for (const Editor &e : editors) {
@@ -447,7 +443,7 @@ void HarvestWindow::buildFiltersTab()
             askInput(this, e.mode, ops);
         });
         connect(e.del, &QPushButton::clicked, this,
-                [this, e] { deleteEntries(int(e.kind), e.question, e.list); });
+                [this, e] { deleteEntries(e.question, e.list, false); });
     }
 
     auto *row = new QHBoxLayout;
@@ -799,12 +795,10 @@ void HarvestWindow::chkKB_Click()
 
 void HarvestWindow::chkEmail_Click()
 {
-    DeleteRequest request;
-    request.kind = int(DeleteRequestKind::SkipEmailExtraction);
-    request.question = tr("Do you really wish to skip Email-ID extraction?");
-    const std::optional<DeleteOutcome> outcome = DeleteConfirmDialog::ask(request, this);
-    const bool skip = outcome && outcome->skipEmail.value_or(chkEmail->isChecked());
-    chkEmail->setChecked(skip && chkEmail->isChecked());
+    // Skipping extraction is asked for; unskipping is not.
+    if (chkEmail->isChecked())
+        chkEmail->setChecked(DeleteConfirmDialog::confirm(
+            tr("Do you really wish to skip Email-ID extraction?"), this));
 }
 
 void HarvestWindow::cmdBrowse_Click()
@@ -835,15 +829,26 @@ void HarvestWindow::addEntry(QListWidget *list, const QString &text)
     item->setSelected(true);
 }
 
-void HarvestWindow::deleteEntries(int kind, const QString &question, QListWidget *list)
+namespace {
+
+QList<DeleteListItem> listItems(const QListWidget *list)
 {
-    DeleteRequest request;
-    request.kind = kind;
-    request.question = question;
+    QList<DeleteListItem> items;
     for (int i = 0; i < list->count(); ++i)
-        request.list.append({list->item(i)->text(), list->item(i)->data(Qt::UserRole).toInt(),
-                             list->item(i)->isSelected()});
-    const std::optional<DeleteOutcome> outcome = DeleteConfirmDialog::ask(request, this);
+        items.append({list->item(i)->text(), list->item(i)->data(Qt::UserRole).toInt(),
+                      list->item(i)->isSelected()});
+    return items;
+}
+
+} // namespace
+
+void HarvestWindow::deleteEntries(const QString &question, QListWidget *list, bool taxonomy)
+{
+    const QList<DeleteListItem> items = listItems(list);
+    const Deletion deletion =
+        taxonomy ? Deletion(TaxonomyDeletion{items}) : Deletion(ListEntriesDeletion{items});
+    const std::optional<DeletionOutcome> outcome =
+        DeleteConfirmDialog::askToDelete(question, deletion, this);
     if (!outcome)
         return;
     list->clear();
@@ -855,13 +860,12 @@ void HarvestWindow::deleteEntries(int kind, const QString &question, QListWidget
 
 void HarvestWindow::deleteUrls()
 {
-    DeleteRequest request;
-    request.kind = int(DeleteRequestKind::Urls);
-    request.question = tr("Do you wish to permanently delete selected URLs");
+    ListEntriesDeletion deletion;
     for (qsizetype row = 0; row < m_context.lstURLList.count(); ++row)
-        request.list.append(
+        deletion.list.append(
             {m_context.lstURLList.at(row), qint32(row), m_context.lstURLList.isSelected(row)});
-    const std::optional<DeleteOutcome> outcome = DeleteConfirmDialog::ask(request, this);
+    const std::optional<DeletionOutcome> outcome = DeleteConfirmDialog::askToDelete(
+        tr("Do you wish to permanently delete selected URLs"), deletion, this);
     if (!outcome)
         return;
     m_context.lstURLList.clear();
@@ -871,17 +875,12 @@ void HarvestWindow::deleteUrls()
 
 void HarvestWindow::deleteKeywords()
 {
-    DeleteRequest request;
-    request.kind = int(DeleteRequestKind::Keywords);
-    request.question = tr("Do you wish to permanently delete selected keywords");
-    for (int i = 0; i < lstKeyword->count(); ++i)
-        request.list.append({lstKeyword->item(i)->text(),
-                             lstKeyword->item(i)->data(Qt::UserRole).toInt(),
-                             lstKeyword->item(i)->isSelected()});
+    KeywordDeletion deletion;
+    deletion.groupKeywords = listItems(lstKeyword);
     for (const CatalogueEntry &entry : m_keywords.allKeywords())
-        request.allKeywords.append({entry.text, entry.number, false});
-    const std::optional<DeleteOutcome> outcome = DeleteConfirmDialog::ask(request, this);
-    if (outcome)
+        deletion.allKeywords.append({entry.text, entry.number, false});
+    if (DeleteConfirmDialog::askToDelete(tr("Do you wish to permanently delete selected keywords"),
+                                         deletion, this))
         loadGroupKeywords();
 }
 

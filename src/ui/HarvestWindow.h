@@ -106,7 +106,7 @@ private:
     void cmdBrowse_Click();
     void cmdDelGroup_Click();
     void addEntry(QListWidget *list, const QString &text);
-    void deleteEntries(int kind, const QString &question, QListWidget *list);
+    void deleteEntries(const QString &question, QListWidget *list, bool taxonomy);
     void deleteUrls();
     void deleteKeywords();
     void loadTaxonomy();

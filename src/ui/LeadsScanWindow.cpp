@@ -263,15 +263,8 @@ void LeadsScanWindow::saveLeads()
     const QString chosen = m_chooseSave();
     if (chosen.isEmpty())
         return;
-    // Replacing goes through the confirmation dialog, which writes the file itself.
     const auto saved = m_scan.saveLeads(chosen, [&](const QString &question) {
-        DeleteRequest request;
-        request.kind = static_cast<int>(DeleteRequestKind::ReplaceLeadFile);
-        request.question = question;
-        request.leadFileName = chosen;
-        request.leads = m_scan.leads().texts();
-        DeleteConfirmDialog::ask(request, this);
-        return false;
+        return DeleteConfirmDialog::confirm(question, this);
     });
     if (!saved)
         showErrorReport(this, LeadsScan::kSaveFailedLabel, saved.message());

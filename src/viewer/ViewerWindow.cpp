@@ -385,14 +385,11 @@ void ViewerWindow::deleteKnowledgeBase()
 {
     if (m_mailList->count() == 0)
         return;
-    DeleteRequest request;
-    request.kind = static_cast<int>(DeleteRequestKind::KnowledgeBase);
-    request.knowledgeBaseFolder = m_kbFolder;
-    request.knowledgeBaseNumber = m_mailList->currentData().toInt();
-    request.question = tr("Do you wish to permanently delete ") +
-                       m_mailList->currentText().trimmed() + tr(" Knowledgbase?");
+    const KnowledgeBaseDeletion deletion{m_mailList->currentData().toInt(), m_kbFolder};
+    const QString question = tr("Do you wish to permanently delete ") +
+                             m_mailList->currentText().trimmed() + tr(" Knowledgbase?");
     m_cursor = RecordCursor(); // the folder may be removed under the cursor
-    const auto outcome = DeleteConfirmDialog::ask(request, this);
+    const auto outcome = DeleteConfirmDialog::askToDelete(question, deletion, this);
     if (outcome && outcome->reloadViewer) {
         showPlaceholder();
         showEmptyCounters();

@@ -36,14 +36,10 @@ protected:
     {
         return home.file(QStringLiteral("KB/") + QLatin1String(name));
     }
-    // The request the viewer makes for knowledge base 1, naming this folder.
-    DeleteRequest knowledgeBaseOne(const char *folderName) const
+    // The deletion the viewer asks for knowledge base 1, naming this folder.
+    KnowledgeBaseDeletion knowledgeBaseOne(const char *folderName) const
     {
-        DeleteRequest request;
-        request.kind = int(DeleteRequestKind::KnowledgeBase);
-        request.knowledgeBaseNumber = 1;
-        request.knowledgeBaseFolder = folder(folderName);
-        return request;
+        return {1, folder(folderName)};
     }
     QString record(int number, int group, const char *name) const
     {
@@ -69,10 +65,9 @@ QList<DeleteListItem> items(std::initializer_list<std::pair<const char *, bool>>
 
 TEST_F(Catalogued, KnowledgeBaseRequestRemovesItsRecordsAndFolder)
 {
-    const Result<DeleteOutcome> done = confirmDelete(knowledgeBaseOne("A"));
-    ASSERT_TRUE(done);
-    EXPECT_TRUE(done->problems.isEmpty()) << done->problems.join('\n').toStdString();
-    EXPECT_TRUE(done->reloadViewer);
+    const DeletionOutcome done = carryOut(knowledgeBaseOne("A"));
+    EXPECT_TRUE(done.problems.isEmpty()) << done.problems.join('\n').toStdString();
+    EXPECT_TRUE(done.reloadViewer);
     EXPECT_EQ(recordTexts(CatalogueFiles::kbMailGroups()),
               QStringList({record(2, 1, "B"), record(3, 2, "C")}));
     EXPECT_EQ(recordTexts(CatalogueFiles::kbKeywords()), QStringList({"2@2@Rail", "4@3@Cars"}));
@@ -82,66 +77,28 @@ TEST_F(Catalogued, KnowledgeBaseRequestRemovesItsRecordsAndFolder)
 
 TEST_F(Catalogued, KnowledgeBaseRequestNeverRemovesAFolderTheCatalogueDoesNotName)
 {
-    const Result<DeleteOutcome> done = confirmDelete(knowledgeBaseOne("C"));
-    ASSERT_TRUE(done);
-    EXPECT_EQ(done->problems.size(), 1);
+    EXPECT_EQ(carryOut(knowledgeBaseOne("C")).problems.size(), 1);
     EXPECT_TRUE(QFileInfo::exists(folder("C")));
 }
 
-TEST_F(Catalogued, TaxonomyAndKeywordRequestsRewriteTheirCatalogues)
+TEST_F(Catalogued, ListDeletionsKeepTheUnselectedAndRewriteTheirCatalogues)
 {
-    DeleteRequest taxonomy;
-    taxonomy.kind = int(DeleteRequestKind::Taxonomy);
-    taxonomy.list = {{"Cars", 3, false}, {"Boats", 7, true}, {"Planes", 5, false}};
-    const Result<DeleteOutcome> afterTaxonomy = confirmDelete(taxonomy);
-    ASSERT_TRUE(afterTaxonomy);
-    EXPECT_EQ(recordTexts(CatalogueFiles::taxonomy()), QStringList({"3@Cars", "5@Planes"}));
-    EXPECT_EQ(afterTaxonomy->list.size(), 2);
+    const DeletionOutcome entries =
+        carryOut(ListEntriesDeletion{items({{"a", true}, {"b", false}, {"c", true}})});
+    EXPECT_EQ(entries.list, QList<DeleteListItem>({{"b", 2, false}}));
 
-    DeleteRequest keywords;
-    keywords.kind = int(DeleteRequestKind::Keywords);
-    keywords.list = {{"teeth", 1, true}, {"smile", 3, false}};
+    const DeletionOutcome terms =
+        carryOut(TaxonomyDeletion{{{"Cars", 3, false}, {"Boats", 7, true}, {"Planes", 5, false}}});
+    EXPECT_EQ(recordTexts(CatalogueFiles::taxonomy()), QStringList({"3@Cars", "5@Planes"}));
+    EXPECT_EQ(terms.list.size(), 2);
+
+    KeywordDeletion keywords;
+    keywords.groupKeywords = {{"teeth", 1, true}, {"smile", 3, false}};
     keywords.allKeywords = {
         {"1@teeth", 1, false}, {"2@bread", 2, false}, {"1@smile", 3, false}, {"2@cake", 4, false}};
-    const Result<DeleteOutcome> afterKeywords = confirmDelete(keywords);
-    ASSERT_TRUE(afterKeywords);
-    EXPECT_EQ(afterKeywords->list, QList<DeleteListItem>({{"smile", 3, false}}));
+    EXPECT_EQ(carryOut(keywords).list, QList<DeleteListItem>({{"smile", 3, false}}));
     EXPECT_EQ(recordTexts(CatalogueFiles::keywords()),
               QStringList({"2@2@bread", "3@1@smile", "4@2@cake"}));
-}
-
-TEST_F(Catalogued, ListRequestsAndTheSkipQuestion)
-{
-    for (const DeleteRequestKind kind :
-         {DeleteRequestKind::Urls, DeleteRequestKind::Domains, DeleteRequestKind::ExcludeEmailTypes,
-          DeleteRequestKind::IncludeEmailTypes}) {
-        DeleteRequest request;
-        request.kind = int(kind);
-        request.list = items({{"a", true}, {"b", false}, {"c", true}});
-        const Result<DeleteOutcome> done = confirmDelete(request);
-        ASSERT_TRUE(done);
-        EXPECT_EQ(done->list, QList<DeleteListItem>({{"b", 2, false}}));
-        EXPECT_EQ(declineDelete(request).list, request.list);
-    }
-    DeleteRequest skip;
-    skip.kind = int(DeleteRequestKind::SkipEmailExtraction);
-    EXPECT_EQ(confirmDelete(skip)->skipEmail, std::optional<bool>(true));
-    EXPECT_EQ(declineDelete(skip).skipEmail, std::optional<bool>(false));
-    skip.kind = 8;
-    EXPECT_FALSE(confirmDelete(skip));
-}
-
-TEST_F(Catalogued, LeadFileRequestReplacesTheFile)
-{
-    const QString name = home.file(QStringLiteral("leads"));
-    writeFile(name + QStringLiteral(".csv"), "old content\r\nmore\r\n");
-    DeleteRequest request;
-    request.kind = int(DeleteRequestKind::ReplaceLeadFile);
-    request.leadFileName = name;
-    request.leads = {QStringLiteral("a@b.test"), QStringLiteral("c@d.test")};
-    ASSERT_TRUE(confirmDelete(request));
-    EXPECT_EQ(readFile(name + QStringLiteral(".csv")),
-              QByteArray("Email Id\r\na@b.test\r\nc@d.test\r\n"));
 }
 
 TEST_F(Catalogued, MailGroupLosesItsKeywordsWithItsLastKnowledgeBase)
@@ -204,9 +161,7 @@ TEST_F(Catalogued, FailedRewriteLeavesTheOldCatalogue)
     const QByteArray mailGroupsBefore = readFile(CatalogueFiles::kbMailGroups());
     {
         AtomicFile::ScopedFailAfter diskFull(7);
-        const Result<DeleteOutcome> done = confirmDelete(knowledgeBaseOne("A"));
-        ASSERT_TRUE(done);
-        EXPECT_GE(done->problems.size(), 2);
+        EXPECT_GE(carryOut(knowledgeBaseOne("A")).problems.size(), 2);
     }
     EXPECT_EQ(readFile(CatalogueFiles::kbKeywords()), before);
     EXPECT_EQ(readFile(CatalogueFiles::kbMailGroups()), mailGroupsBefore);

@@ -154,8 +154,7 @@ TEST_F(ViewerTest, DeletePageRemovesTheRowThenTheKeywordThenAsksForTheKnowledgeB
     // The only page of the only keyword: the viewer asks to delete the knowledge base.
     QString asked;
     DeleteConfirmDialog::setAnswerHook([&](const DeleteConfirmDialog &dialog) {
-        asked = dialog.request().question;
-        EXPECT_EQ(dialog.request().kind, int(DeleteRequestKind::KnowledgeBase));
+        asked = dialog.questionLabel()->text();
         return false;
     });
     click(viewer, "cmdDel");

@@ -28,75 +28,37 @@ protected:
     test::TempDataFolder home;
 };
 
-// Shows the dialog and answers it from the keyboard.
-std::optional<DeleteOutcome> answerWithKey(const DeleteRequest &request, Qt::Key key,
-                                           Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+// Shows the question and answers it from the keyboard; true for Yes.
+bool answerWithKey(const QString &question, Qt::Key key,
+                   Qt::KeyboardModifiers modifiers = Qt::NoModifier)
 {
-    DeleteConfirmDialog dialog(request);
-    EXPECT_EQ(dialog.questionLabel()->text(), request.question);
+    DeleteConfirmDialog dialog(question);
+    EXPECT_EQ(dialog.questionLabel()->text(), question);
     dialog.show();
     dialog.activateWindow();
     EXPECT_TRUE(QTest::qWaitForWindowActive(&dialog));
     QTest::keyClick(&dialog, key, modifiers);
     // A mnemonic "animates" the button press before it clicks.
     EXPECT_TRUE(QTest::qWaitFor([&] { return !dialog.isVisible(); }));
-    if (dialog.result() != QDialog::Accepted)
-        return std::nullopt;
-    return dialog.outcome();
+    return dialog.result() == QDialog::Accepted;
 }
 
-TEST_F(DeleteDialogsTest, YesReplacesTheLeadFileAndNoOrEscapeLeaveIt)
+TEST_F(DeleteDialogsTest, NoIsTheDefaultAndOnlyYesDeletes)
 {
-    const QString name = home.file(QStringLiteral("leads"));
-    test::writeFile(name + ".csv", "old\r\n");
-    DeleteRequest request;
-    request.kind = int(DeleteRequestKind::ReplaceLeadFile);
-    request.question = QStringLiteral("File Exist. Do you wish to replace?");
-    request.leadFileName = name;
-    request.leads = {QStringLiteral("a@b.example"), QStringLiteral("c@d.example")};
+    const QString question = QStringLiteral("Do you wish to permanently delete selected domains");
+    EXPECT_FALSE(answerWithKey(question, Qt::Key_Escape));
+    EXPECT_FALSE(answerWithKey(question, Qt::Key_Return)); // No is the default button
+    EXPECT_TRUE(answerWithKey(question, Qt::Key_Y, Qt::AltModifier));
 
-    EXPECT_FALSE(answerWithKey(request, Qt::Key_Escape));
-    EXPECT_FALSE(answerWithKey(request, Qt::Key_Return)); // No is the default button
-    EXPECT_EQ(test::readFile(name + ".csv"), QByteArray("old\r\n"));
-
-    const auto outcome = answerWithKey(request, Qt::Key_Y, Qt::AltModifier);
-    ASSERT_TRUE(outcome);
-    EXPECT_TRUE(outcome->problems.isEmpty());
-    EXPECT_EQ(test::readFile(name + ".csv"),
-              QByteArray("Email Id\r\na@b.example\r\nc@d.example\r\n"));
-}
-
-TEST_F(DeleteDialogsTest, KindsChangeTheirListsAndSkipFlag)
-{
+    const ListEntriesDeletion domains{
+        {{QStringLiteral("a.example"), 1, true}, {QStringLiteral("b.example"), 2, false}}};
+    DeleteConfirmDialog::setAnswerHook([](const DeleteConfirmDialog &) { return false; });
+    EXPECT_FALSE(DeleteConfirmDialog::askToDelete(question, domains, nullptr));
     DeleteConfirmDialog::setAnswerHook([](const DeleteConfirmDialog &) { return true; });
-    DeleteRequest domains;
-    domains.kind = int(DeleteRequestKind::Domains);
-    domains.list = {{QStringLiteral("a.example"), 1, true},
-                    {QStringLiteral("b.example"), 2, false}};
-    const auto kept = DeleteConfirmDialog::ask(domains, nullptr);
+    const auto kept = DeleteConfirmDialog::askToDelete(question, domains, nullptr);
     ASSERT_TRUE(kept);
     EXPECT_EQ(kept->list, (QList<DeleteListItem>{{QStringLiteral("b.example"), 2, false}}));
-
-    DeleteRequest skip;
-    skip.kind = int(DeleteRequestKind::SkipEmailExtraction);
-    EXPECT_EQ(DeleteConfirmDialog::ask(skip, nullptr)->skipEmail, std::optional<bool>(true));
-
-    DeleteRequest unknown;
-    unknown.kind = 8;
-    MessageCapture messages;
-    EXPECT_FALSE(DeleteConfirmDialog::ask(unknown, nullptr));
-    EXPECT_EQ(messages.messages().size(), 1);
-
-    // Declining kind 7 clears the flag; the dialog reports that to its caller.
     DeleteConfirmDialog::setAnswerHook({});
-    DeleteConfirmDialog dialog(skip);
-    dialog.show();
-    dialog.activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
-    QTest::keyClick(&dialog, Qt::Key_N, Qt::AltModifier);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !dialog.isVisible(); }));
-    EXPECT_EQ(dialog.result(), QDialog::Rejected);
-    EXPECT_EQ(dialog.outcome().skipEmail, std::optional<bool>(false));
 }
 
 TEST_F(DeleteDialogsTest, MailGroupDialogDeletesKnowledgeBasesThenTheGroup)

@@ -105,7 +105,7 @@ TEST_F(ToolWindowsTest, LeadsScanScansAFolderAndSavesTheLeads)
     EXPECT_EQ(saved, "Email Id\r\n" + kept.join("\r\n").toLatin1() + "\r\n");
     QString asked;
     DeleteConfirmDialog::setAnswerHook([&](const DeleteConfirmDialog &dialog) {
-        asked = dialog.request().question;
+        asked = dialog.questionLabel()->text();
         return false;
     });
     click(*window, "cmdsavelist");

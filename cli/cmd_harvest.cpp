@@ -380,9 +380,6 @@ int harvest(const QStringList &args)
     storeSettings.root = job.knowledgeBaseRoot.trimmed();
     storeSettings.buildKnowledgeBase = job.buildKnowledgeBase;
     storeSettings.createFavorites = job.createFavorites;
-    storeSettings.source = job.searchType == SearchType::SearchEngines
-                               ? HarvestSource::SearchNewMailGroup
-                               : HarvestSource::Addresses;
     storeSettings.baseName = kbName;
     storeSettings.selectedTerms = job.selectedTaxonomy();
     // The demo keeps its shortcuts in the data folder, away from the user's own favourites.

@@ -106,4 +106,19 @@ std::optional<QString> pageTitle(const QByteArray &html)
     return utf8.decode(title);
 }
 
+Result<void> checkKnowledgeBaseNames(const QString &root, const QString &baseName,
+                                     const QStringList &terms)
+{
+    Q_UNUSED(root);
+    if (Result<void> name =
+            checkFolderName(baseName.trimmed(), QStringLiteral("knowledge-base name"));
+        !name)
+        return name;
+    for (const QString &term : terms) {
+        if (Result<void> checked = checkFolderName(term, QStringLiteral("taxonomy term")); !checked)
+            return checked;
+    }
+    return {};
+}
+
 } // namespace corvane

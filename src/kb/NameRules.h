@@ -3,6 +3,7 @@
 #include "common/Result.h"
 
 #include <QString>
+#include <QStringList>
 #include <QStringView>
 
 namespace corvane {
@@ -14,6 +15,13 @@ namespace corvane {
 // without an extension), a trailing dot or space, more than 200 characters, and anything
 // checkStorableText refuses. what names the value in the message.
 Result<void> checkFolderName(QStringView name, const QString &what);
+
+// Every name a harvest that stores pages will put on disk, checked before the run starts so
+// that no page is lost to a name the disk refuses: the knowledge-base name (with the date and
+// time the store adds) and each taxonomy term below the root. The message says
+// which name is at fault and why.
+Result<void> checkKnowledgeBaseNames(const QString &root, const QString &baseName,
+                                     const QStringList &terms);
 
 // A file name made from an untrusted site name: forbidden and control characters become
 // "_", leading dots and trailing dots and spaces go, reserved device names get a "_" in front, and

@@ -131,9 +131,8 @@ Result<qint32> PageStore::knowledgeBaseNumberFor(const QString &name, const QStr
 
 Result<void> PageStore::createKnowledgeBase(const QString &name, const QString &folder)
 {
-    Result<qint32> group = m_settings.source == HarvestSource::SearchExistingMailGroup
-                               ? Result<qint32>(m_settings.selectedMailGroup)
-                               : KnowledgeBaseCatalogue::LastMailGroupNumber();
+    Result<qint32> group = m_settings.mailGroup > 0 ? Result<qint32>(m_settings.mailGroup)
+                                                    : KnowledgeBaseCatalogue::LastMailGroupNumber();
     if (!group)
         return group.error();
     m_mailGroup = *group;

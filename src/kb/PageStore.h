@@ -13,24 +13,18 @@
 
 namespace corvane {
 
-// Where a harvest's knowledge-base name and mail group come from.
-enum class HarvestSource {
-    SearchNewMailGroup,      // search engines, mail group typed in txtMailGrName
-    SearchExistingMailGroup, // search engines, mail group picked in cmbSearchList
-    Addresses,               // address list or single address, name typed when chkKB went on
-};
-
 // What the harvest window tells the store; read again at every page.
 struct PageStoreSettings
 {
     QString root;                   // knowledge-base root (txtPath)
     bool buildKnowledgeBase = true; // chkKB
     bool createFavorites = false;   // chkFavorites
-    HarvestSource source = HarvestSource::SearchNewMailGroup;
-    QString baseName;             // knowledge-base name before its date and time
-    qint32 selectedMailGroup = 0; // item data of the selected cmbSearchList entry
-    QStringList selectedTerms;    // the selected taxonomy terms, in list order
-    QString favoritesFolder;      // the user's Favorites folder; see favoritesFolder()
+    QString baseName;               // knowledge-base name before its date and time
+    // The mail group the knowledge base belongs to, settled before the run; 0 takes the mail
+    // group added last.
+    qint32 mailGroup = 0;
+    QStringList selectedTerms; // the selected taxonomy terms, in list order
+    QString favoritesFolder;   // the user's Favorites folder; see favoritesFolder()
 };
 
 // The user's Favorites folder: the setting KnowledgeBase/FavoritesFolder if set, else the

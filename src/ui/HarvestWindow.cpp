@@ -1003,10 +1003,7 @@ void HarvestWindow::cmdStart_Click()
     store.root = m_job.knowledgeBaseRoot.trimmed();
     store.buildKnowledgeBase = m_job.buildKnowledgeBase;
     store.createFavorites = m_job.createFavorites;
-    store.source = m_job.searchType == SearchType::SearchEngines ? HarvestSource::SearchNewMailGroup
-                                                                 : HarvestSource::Addresses;
     store.baseName = m_kbName.isEmpty() ? QStringLiteral("Harvest") : m_kbName;
-    store.selectedMailGroup = cmbSearchList->currentData().toInt();
     store.selectedTerms = m_job.selectedTaxonomy();
     store.favoritesFolder = favoritesFolder();
     m_store.setSettings(store);

@@ -122,8 +122,7 @@ TEST_F(Store, TimeStampIsKeptOnceTheFirstKnowledgeBaseIsRecorded)
 TEST_F(Store, ExistingMailGroupAndViewerNotification)
 {
     PageStoreSettings settings = store.settings();
-    settings.source = HarvestSource::SearchExistingMailGroup;
-    settings.selectedMailGroup = 7;
+    settings.mailGroup = 7;
     store.setSettings(settings);
     QList<KnowledgeBaseRecord> created;
     store.onKnowledgeBaseCreated = [&](const KnowledgeBaseRecord &record) {

@@ -42,7 +42,6 @@ protected:
         PageStore store;
         PageStoreSettings settings;
         settings.root = root;
-        settings.source = HarvestSource::Addresses;
         settings.baseName = base;
         settings.selectedTerms = terms;
         store.setSettings(settings);

@@ -43,6 +43,12 @@ Error damaged(const SheetContext &context)
     return context.refuse(QStringLiteral("its workbook records are damaged"));
 }
 
+// Excel 5.0/95 and older: 8-bit texts in the writer's code page and no shared texts.
+Error olderThan97(const SheetContext &context)
+{
+    return context.refuse(QStringLiteral("its workbook is in an Excel format older than 97"));
+}
+
 // The records of the workbook stream, one at a time; a record's data is read only when
 // asked for.
 class Records
@@ -93,6 +99,18 @@ public:
         if (bytes && bytes->size() < minimum)
             return damaged(m_context);
         return bytes;
+    }
+
+    // The data of the record at pos, which must be of that type; reading goes on after it.
+    Result<QByteArray> recordAt(qint64 pos, quint16 type, qsizetype minimum)
+    {
+        seek(pos);
+        const Result<bool> found = next();
+        if (!found)
+            return found.error();
+        if (!*found || m_type != type)
+            return damaged(m_context);
+        return data(minimum);
     }
 
 private:
@@ -203,8 +221,10 @@ private:
     qsizetype m_at = 0;
 };
 
-// An XLUnicodeString: a 16-bit count, a flags byte, the characters.
-Result<QString> readString(ContinuedData &data, const SheetContext &context)
+// A string: a 16-bit count, a flags byte, the characters, and in the shared-text table
+// formatting runs and phonetic data after them, which are passed over. Unless keep, the
+// characters are passed over too.
+Result<QString> readString(ContinuedData &data, const SheetContext &context, bool keep = true)
 {
     const Result<quint32> count = data.number(2);
     if (!count)
@@ -212,9 +232,23 @@ Result<QString> readString(ContinuedData &data, const SheetContext &context)
     const Result<quint32> flags = data.number(1);
     if (!flags)
         return flags.error();
-    if (qint64(*count) > context.limits().maxTextChars)
+    Result<quint32> runs = 0;
+    if (*flags & 0x08)
+        runs = data.number(2);
+    Result<quint32> extra = 0;
+    if (runs && *flags & 0x04)
+        extra = data.number(4);
+    if (!runs || !extra)
+        return !runs ? runs.error() : extra.error();
+    if (keep && qint64(*count) > context.limits().maxTextChars)
         return context.textTooLong();
-    return data.characters(*count, (*flags & 0x01) != 0, true);
+    Result<QString> text = data.characters(*count, (*flags & 0x01) != 0, keep);
+    if (!text)
+        return text;
+    // Formatting runs take 4 bytes each.
+    if (const Result<void> skipped = data.skip(qint64(*runs) * 4 + *extra); !skipped)
+        return skipped.error();
+    return text;
 }
 
 struct Globals
@@ -226,17 +260,11 @@ struct Globals
 Result<Globals> readGlobals(Records &records, SheetContext &context)
 {
     Globals globals;
-    records.seek(0);
-    const Result<bool> first = records.next();
-    if (!first)
-        return first.error();
-    if (!*first || records.type() != Record::kBof)
-        return context.refuse(QStringLiteral("its workbook is in an Excel format older than 97"));
-    const Result<QByteArray> bof = records.data(4);
+    const Result<QByteArray> bof = records.recordAt(0, Record::kBof, 4);
     if (!bof)
         return bof.error();
     if (qFromLittleEndian<quint16>(bof->constData()) != kBiff8)
-        return context.refuse(QStringLiteral("its workbook is in an Excel format older than 97"));
+        return olderThan97(context);
     for (;;) {
         const Result<bool> more = records.next();
         if (!more)
@@ -264,13 +292,7 @@ Result<Globals> readGlobals(Records &records, SheetContext &context)
 Result<void> readFirstColumn(Records &records, qint64 pos, LeadColumn &column,
                              SheetContext &context)
 {
-    records.seek(pos);
-    const Result<bool> first = records.next();
-    if (!first)
-        return first.error();
-    if (!*first || records.type() != Record::kBof)
-        return damaged(context);
-    const Result<QByteArray> bof = records.data(4);
+    const Result<QByteArray> bof = records.recordAt(pos, Record::kBof, 4);
     if (!bof)
         return bof.error();
     if (qFromLittleEndian<quint16>(bof->constData() + 2) != kWorksheetBof)
@@ -386,13 +408,7 @@ Result<std::vector<QString>> readSharedTexts(Records &records, qint64 pos,
     std::vector<QString> texts;
     if (pos < 0)
         return texts;
-    records.seek(pos);
-    const Result<bool> found = records.next();
-    if (!found)
-        return found.error();
-    if (!*found || records.type() != Record::kSst)
-        return damaged(context);
-    const Result<QByteArray> first = records.data(8);
+    const Result<QByteArray> first = records.recordAt(pos, Record::kSst, 8);
     if (!first)
         return first.error();
     const qint64 unique = qFromLittleEndian<quint32>(first->constData() + 4);
@@ -404,29 +420,10 @@ Result<std::vector<QString>> readSharedTexts(Records &records, qint64 pos,
             return end.error();
         if (*end)
             break;
-        const Result<quint32> count = data.number(2);
-        if (!count)
-            return count.error();
-        const Result<quint32> flags = data.number(1);
-        if (!flags)
-            return flags.error();
-        Result<quint32> runs = 0;
-        if (*flags & 0x08)
-            runs = data.number(2);
-        Result<quint32> extra = 0;
-        if (runs && *flags & 0x04)
-            extra = data.number(4);
-        if (!runs || !extra)
-            return !runs ? runs.error() : extra.error();
         const bool keep = wanted[texts.size()] == index;
-        if (keep && qint64(*count) > context.limits().maxTextChars)
-            return context.textTooLong();
-        Result<QString> text = data.characters(*count, (*flags & 0x01) != 0, keep);
+        Result<QString> text = readString(data, context, keep);
         if (!text)
             return text.error();
-        // Formatting runs (4 bytes each) and phonetic data follow the characters.
-        if (const Result<void> skipped = data.skip(qint64(*runs) * 4 + *extra); !skipped)
-            return skipped.error();
         if (keep)
             texts.push_back(std::move(text).value());
     }
@@ -448,8 +445,7 @@ Result<QStringList> readXlsSheet(QIODevice &device, SheetContext &context)
         const Result<std::optional<CompoundFile::Stream>> old =
             file->stream(QStringLiteral("Book"));
         if (old && *old)
-            return context.refuse(
-                QStringLiteral("its workbook is in an Excel format older than 97"));
+            return olderThan97(context);
         return context.refuse(QStringLiteral("it is an Office document but not a workbook"));
     }
 

@@ -103,6 +103,16 @@ public:
         return text;
     }
 
+    // On to the next start of an element of that name; false at the end of the part.
+    Result<bool> nextStart(QLatin1String name)
+    {
+        for (;;) {
+            const Result<bool> more = next();
+            if (!more || !*more || isStart(name))
+                return more;
+        }
+    }
+
     bool isStart(QLatin1String name) const
     {
         return m_xml.isStartElement() && m_xml.name() == name;
@@ -164,13 +174,11 @@ Result<WorkbookParts> findParts(QuaZip &zip, SheetContext &context)
         if (!*opened)
             return parts;
         for (;;) {
-            const Result<bool> more = book.next();
+            const Result<bool> more = book.nextStart(QLatin1String("sheet"));
             if (!more)
                 return more.error();
             if (!*more)
                 break;
-            if (!book.isStart(QLatin1String("sheet")))
-                continue;
             for (const QXmlStreamAttribute &attribute : book.attributes()) {
                 if (attribute.name() == QLatin1String("id"))
                     sheetIds << attribute.value().toString();
@@ -191,13 +199,11 @@ Result<WorkbookParts> findParts(QuaZip &zip, SheetContext &context)
     if (!*opened)
         return parts;
     for (;;) {
-        const Result<bool> more = rels.next();
+        const Result<bool> more = rels.nextStart(QLatin1String("Relationship"));
         if (!more)
             return more.error();
         if (!*more)
             break;
-        if (!rels.isStart(QLatin1String("Relationship")))
-            continue;
         const QXmlStreamAttributes attributes = rels.attributes();
         const Relationship relationship{attributes.value(QLatin1String("Type")).toString(),
                                         attributes.value(QLatin1String("Target")).toString()};
@@ -311,14 +317,12 @@ Result<std::vector<QString>> readSharedTexts(XmlPart &part, const std::vector<qi
 {
     std::vector<QString> texts;
     texts.reserve(wanted.size());
-    for (qint64 index = 0; texts.size() < wanted.size();) {
-        const Result<bool> more = part.next();
+    for (qint64 index = 0; texts.size() < wanted.size(); ++index) {
+        const Result<bool> more = part.nextStart(QLatin1String("si"));
         if (!more)
             return more.error();
         if (!*more)
             break;
-        if (!part.isStart(QLatin1String("si")))
-            continue;
         if (wanted[texts.size()] == index) {
             Result<QString> text = part.readText();
             if (!text)
@@ -327,7 +331,6 @@ Result<std::vector<QString>> readSharedTexts(XmlPart &part, const std::vector<qi
         } else if (const Result<void> skipped = part.skipElement(); !skipped) {
             return skipped.error();
         }
-        ++index;
     }
     return texts;
 }

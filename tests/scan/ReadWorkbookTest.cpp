@@ -263,6 +263,13 @@ TEST(ReadWorkbook, RefusesWhatIsNoLeadSheet)
              return other;
          }()),
          "it is an Office document but not a workbook"},
+        {"Excel 5.0/95 workbook", text([&] {
+             // The version in the workbook's first record, which starts the first sector.
+             QByteArray older = book;
+             qToLittleEndian<quint16>(0x0500, older.data() + 512 + 4);
+             return older;
+         }()),
+         "its workbook is in an Excel format older than 97"},
         {"looping sector chain", text([&] {
              // The directory's sector points at itself in the sector table.
              QByteArray looped = book;

@@ -135,20 +135,37 @@ QByteArray boundSheet(const QString &name)
     return record(0x0085, data + name.toLatin1());
 }
 
+const QString kColumnTwo = QStringLiteral("column.two@example.test");
+
 // The shared-text table in an SST record and as many CONTINUE records as it needs. A
 // string's header never splits; its characters may, and then the continuation starts with
-// a flags byte of its own: each piece is one byte per character when it can be.
+// a flags byte of its own: each piece is one byte per character when it can be. The texts
+// of column 2 carry formatting runs and phonetic data, as rich texts do.
 QByteArray sharedTextTable(const QStringList &texts)
 {
     QList<QByteArray> records{QByteArray()};
+    const auto append = [&records](const QByteArray &bytes) {
+        for (qsizetype at = 0; at < bytes.size();) {
+            if (records.last().size() == kMaxRecordData)
+                records << QByteArray();
+            const QByteArray piece = bytes.mid(at, kMaxRecordData - records.last().size());
+            records.last() += piece;
+            at += piece.size();
+        }
+    };
     put32(records.last(), quint32(texts.size()));
     put32(records.last(), quint32(texts.size()));
     for (const QString &text : texts) {
-        if (records.last().size() + 5 > kMaxRecordData)
+        const bool rich = text == kColumnTwo;
+        if (records.last().size() + 11 > kMaxRecordData)
             records << QByteArray();
         put16(records.last(), quint32(text.size()));
         qsizetype flags = records.last().size();
         records.last() += '\0';
+        if (rich) {
+            put16(records.last(), 2); // formatting runs
+            put32(records.last(), 6); // bytes of phonetic data
+        }
         for (qsizetype at = 0; at < text.size();) {
             if (at > 0) {
                 records << QByteArray(1, '\0');
@@ -159,10 +176,14 @@ QByteArray sharedTextTable(const QStringList &texts)
             const bool wide = isWide(piece);
             if (wide)
                 piece.truncate(room / 2);
-            records.last()[flags] = char(wide ? 1 : 0);
+            records.last()[flags] = char((wide ? 0x01 : 0) | (rich && at == 0 ? 0x0C : 0));
             records.last() += characters(piece, wide);
             at += piece.size();
         }
+        if (rich)
+            append(QByteArray("\x00\x00\x01\x00\x05\x00\x02\x00"
+                              "\x01\x00\x02\x00\x00\x00",
+                              14));
     }
     QByteArray bytes = record(0x00FC, records.first());
     for (qsizetype i = 1; i < records.size(); ++i)
@@ -217,7 +238,7 @@ QByteArray firstSheet(const QList<XlsCell> &cells, QStringList &shared)
         // Column 2 holds a lead-like text on every row, which must not be read.
         QByteArray second = cellHeader(row, 1);
         put32(second, quint32(shared.size()));
-        shared << QStringLiteral("column.two@example.test");
+        shared << kColumnTwo;
         bytes += record(0x00FD, second);
     }
     return bytes + eof();

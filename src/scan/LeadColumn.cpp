@@ -92,6 +92,13 @@ Result<bool> LeadColumn::addValue(qint64 row)
     return admit(row);
 }
 
+bool LeadColumn::endRow(qint64 row)
+{
+    if (row >= m_nextRow)
+        m_ended = true;
+    return !m_ended;
+}
+
 Result<bool> LeadColumn::addShared(qint64 row, qint64 index)
 {
     const Result<bool> admitted = admit(row);

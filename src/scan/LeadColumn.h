@@ -66,6 +66,9 @@ public:
     Result<bool> addShared(qint64 row, qint64 index);
     // A number, a truth value or an error: a cell that is not empty but holds no lead.
     Result<bool> addValue(qint64 row);
+    // For sheets that list their rows: every cell of that row has been offered. False when
+    // the column has ended, as it has at a row without a column-1 cell.
+    bool endRow(qint64 row);
 
     bool ended() const { return m_ended; }
     // The shared-text indices the kept cells refer to, ascending; call once the column has

@@ -117,6 +117,7 @@ public:
     {
         return m_xml.isStartElement() && m_xml.name() == name;
     }
+    bool isEnd(QLatin1String name) const { return m_xml.isEndElement() && m_xml.name() == name; }
     QXmlStreamAttributes attributes() const { return m_xml.attributes(); }
     const QXmlStreamReader &xml() const { return m_xml; }
 
@@ -307,6 +308,13 @@ Result<void> readFirstColumn(XmlPart &sheet, LeadColumn &column, const SheetCont
                 return going.error();
             if (!*going)
                 return {};
+        } else if (sheet.isEnd(QLatin1String("row"))) {
+            // Rows come in order, so a row without a column-1 cell ends the column; a sheet
+            // of endless empty rows is not read to its end.
+            if (!column.endRow(row))
+                return {};
+        } else if (sheet.isEnd(QLatin1String("sheetData"))) {
+            return {};
         }
     }
 }

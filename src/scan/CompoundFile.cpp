@@ -46,7 +46,7 @@ Error damaged(const QString &what)
 
 Result<QByteArray> readAt(QIODevice &device, qint64 pos, qint64 length)
 {
-    if (!device.seek(pos))
+    if (pos + length > device.size() || !device.seek(pos))
         return fail(kEndsEarly);
     QByteArray bytes = device.read(length);
     if (bytes.size() != length)

@@ -58,13 +58,23 @@ public:
         }
     }
 
+    // The next token inside an element, whose end must still come.
+    Result<void> nextInside()
+    {
+        const Result<bool> more = next();
+        if (!more)
+            return more.error();
+        if (!*more)
+            return endsEarly();
+        return {};
+    }
+
     // Reads past the end of the element just started.
     Result<void> skipElement()
     {
         for (int depth = 1; depth > 0;) {
-            const Result<bool> more = next();
-            if (!more)
-                return more.error();
+            if (const Result<void> more = nextInside(); !more)
+                return more;
             if (m_xml.isStartElement())
                 ++depth;
             else if (m_xml.isEndElement())
@@ -83,8 +93,7 @@ public:
         // Per open element: does text directly inside it belong to the value?
         std::vector<bool> holdsText{m_xml.name() == QLatin1String("v")};
         while (!holdsText.empty()) {
-            const Result<bool> more = next();
-            if (!more)
+            if (const Result<void> more = nextInside(); !more)
                 return more.error();
             if (m_xml.isStartElement()) {
                 if (m_xml.name() == QLatin1String("rPh"))
@@ -122,13 +131,18 @@ public:
     const QXmlStreamReader &xml() const { return m_xml; }
 
 private:
+    Error endsEarly() const
+    {
+        return m_context.refuse(QStringLiteral("its part %1 ends early").arg(m_name));
+    }
+
     Result<void> feed()
     {
         const QByteArray chunk = m_file->read(kChunkBytes);
         if (chunk.isEmpty()) {
             if (m_file->getZipError() != UNZ_OK)
                 return m_context.refuse(QStringLiteral("its part %1 is damaged").arg(m_name));
-            return m_context.refuse(QStringLiteral("its part %1 ends early").arg(m_name));
+            return endsEarly();
         }
         if (const Result<void> ok = m_context.advance(chunk.size()); !ok)
             return ok.error();
@@ -244,10 +258,9 @@ Result<bool> readCell(XmlPart &sheet, qint64 row, LeadColumn &column)
     const QString type = sheet.attributes().value(QLatin1String("t")).toString();
     std::optional<QString> value;
     for (;;) {
-        const Result<bool> more = sheet.next();
-        if (!more)
+        if (const Result<void> more = sheet.nextInside(); !more)
             return more.error();
-        if (!*more || sheet.xml().isEndElement())
+        if (sheet.xml().isEndElement())
             break;
         if (!sheet.xml().isStartElement())
             continue;

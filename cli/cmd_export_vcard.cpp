@@ -1,7 +1,8 @@
 // corvane-cli export-vcard LEADFILE --category NAME --out FILE.vcf
 //
-// Turns a lead file (or a lead sheet: .csv, .txt, .xlsx, .xls) into contacts: one vCard 3.0
-// card per lead, with the lead as e-mail address and NAME as category, all in FILE.vcf.
+// Turns a lead file or sheet (.csv, .txt, .xlsx, .xls; read as the window's Extract Leads
+// reads it) into contacts: one vCard 3.0 card per lead, with the lead as e-mail address and
+// NAME as category, all in FILE.vcf.
 
 #include "Command.h"
 
@@ -24,7 +25,8 @@ int runExportVcard(const QStringList &args)
     const QCommandLineOption outOption(QStringLiteral("out"), QStringLiteral("vCard file to write"),
                                        QStringLiteral("FILE"));
     parser.addOptions({categoryOption, outOption});
-    parser.addPositionalArgument(QStringLiteral("LEADFILE"), QStringLiteral("lead file to export"));
+    parser.addPositionalArgument(QStringLiteral("LEADFILE"),
+                                 QStringLiteral("lead file or sheet to export"));
     if (!parser.parse(QStringList{QStringLiteral("export-vcard")} + args))
         return usageError(parser.errorText());
     const QStringList positional = parser.positionalArguments();

@@ -1,8 +1,9 @@
 // corvane-cli verify LEADFILE [--dns HOST[:PORT]] [--profile classic|modern]
 //
-// Checks every lead of a lead file for a mail exchanger of its domain, prints the valid
-// leads one per line as they are decided, and appends every decided lead to the verified
-// or unverified result file of the data folder.
+// Checks every lead of a lead file or sheet (.csv, .txt, .xlsx, .xls; read as the window's
+// Fetch reads it) for a mail exchanger of its domain, prints the valid leads one per line as
+// they are decided, and appends every decided lead to the verified or unverified result file
+// of the data folder.
 
 #include "Command.h"
 
@@ -31,7 +32,8 @@ int runVerify(const QStringList &args)
                                        QStringLiteral("HOST[:PORT]"));
     parser.addOption(dnsOption);
     parser.addOption(profileOption());
-    parser.addPositionalArgument(QStringLiteral("LEADFILE"), QStringLiteral("lead file to check"));
+    parser.addPositionalArgument(QStringLiteral("LEADFILE"),
+                                 QStringLiteral("lead file or sheet to check"));
     if (!parser.parse(QStringList{QStringLiteral("verify")} + args))
         return usageError(parser.errorText());
     const QStringList positional = parser.positionalArguments();

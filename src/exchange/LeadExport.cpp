@@ -9,6 +9,12 @@ namespace corvane {
 LeadExport::LeadExport(QObject *parent) : QObject(parent)
 {
     reloadCategories();
+    connect(&m_loader, &LeadSheetLoader::progress, this, &LeadExport::fetchProgress);
+    connect(&m_loader, &LeadSheetLoader::failed, this, &LeadExport::fetchFailed);
+    connect(&m_loader, &LeadSheetLoader::loaded, this, [this](const QStringList &leads) {
+        m_leads.append(leads);
+        emit fetched(m_leads.count());
+    });
 }
 
 Result<qsizetype> LeadExport::fetch(const QString &path)
@@ -20,6 +26,14 @@ Result<qsizetype> LeadExport::fetch(const QString &path)
         return read.error();
     m_leads.append(read.value());
     return m_leads.count();
+}
+
+Result<void> LeadExport::startFetch(const QString &path)
+{
+    if (path.trimmed().isEmpty())
+        return fail(kSelectFileMessage);
+    m_loader.start(path.trimmed());
+    return {};
 }
 
 void LeadExport::reloadCategories()

@@ -2,6 +2,7 @@
 
 #include "analysis/TextListModel.h"
 #include "common/Result.h"
+#include "scan/LeadSheetLoader.h"
 
 #include <QObject>
 #include <QString>
@@ -29,9 +30,14 @@ public:
     // lstEmail: entry 0 is exported next.
     TextListModel &leads() { return m_leads; }
 
-    // cmdFetch: appends the file's leads to lstEmail (a second fetch of the same file lists
-    // them twice) and returns the number of entries for lblTotLeads.
+    // cmdFetch: appends the leads of a lead file or sheet (ReadWorkbook) to lstEmail (a
+    // second fetch of the same file lists them twice) and returns the number of entries for
+    // lblTotLeads. Fails with kSelectFileMessage on an empty path. For the command line.
     Result<qsizetype> fetch(const QString &path);
+    // The same, read on a worker thread for the window: fetchProgress while reading, then
+    // fetched (the number of entries) or fetchFailed.
+    Result<void> startFetch(const QString &path);
+    bool isFetching() const { return m_loader.isLoading(); }
 
     // cmbCategory, as loaded; reload after addCategory (cmdAddCat).
     const QStringList &categories() const { return m_categories; }
@@ -45,10 +51,14 @@ public:
     Result<QString> exportTo(const QString &vcfPath, const QString &category);
 
 signals:
+    void fetchProgress(int rowsRead);
+    void fetched(qsizetype entries);
+    void fetchFailed(const QString &message);
     // During exportTo, after each contact.
     void progress(int exported, int total);
 
 private:
+    LeadSheetLoader m_loader;
     TextListModel m_leads;
     QStringList m_categories;
 };

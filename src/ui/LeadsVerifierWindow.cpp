@@ -6,7 +6,6 @@
 #include "ui/ToolWidgets.h"
 
 #include <QDir>
-#include <QFileDialog>
 #include <QFileInfo>
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -52,10 +51,7 @@ LeadsVerifierWindow::LeadsVerifierWindow(QWidget *parent, TimerSource &timers)
     QDir().mkpath(DataFolder::verified());
     QDir().mkpath(DataFolder::unverified());
 
-    m_chooseFile = [this] {
-        return QFileDialog::getOpenFileName(this, tr("Open Lead File"), {},
-                                            tr("Lead files (*.csv);;All files (*)"));
-    };
+    m_chooseFile = [this] { return chooseLeadSheet(this); };
     buildLayout();
 
     connect(m_browse, &QPushButton::clicked, this, [this] {
@@ -94,7 +90,14 @@ LeadsVerifierWindow::LeadsVerifierWindow(QWidget *parent, TimerSource &timers)
     connect(&m_verifier, &LeadVerifier::runningChanged, this, [this](bool running) {
         m_stop->setEnabled(running);
         m_verify->setEnabled(!running);
-        m_fetch->setEnabled(!running);
+        m_fetch->setEnabled(!running && !m_verifier.isFetching());
+    });
+    connect(&m_verifier, &LeadVerifier::fetchProgress, this,
+            [this](int rows) { m_total->setText(tr("Reading... %1 rows").arg(rows)); });
+    connect(&m_verifier, &LeadVerifier::fetched, this, [this] { fetchEnded(); });
+    connect(&m_verifier, &LeadVerifier::fetchFailed, this, [this](const QString &message) {
+        fetchEnded();
+        showMessage(this, message);
     });
     connect(&m_verifier, &LeadVerifier::completed, this, [this](const QString &message) {
         m_status->setText(message);
@@ -155,15 +158,17 @@ void LeadsVerifierWindow::buildLayout()
 void LeadsVerifierWindow::fetch()
 {
     const QString path = m_path->text().trimmed();
-    if (path.isEmpty())
+    if (path.isEmpty() || m_verifier.isFetching())
         return;
-    const auto fetched = m_verifier.fetch(path);
-    if (!fetched) {
-        showMessage(this, fetched.message());
-        return;
-    }
-    m_email->clear();
-    m_email->addItems(m_verifier.pending());
+    // The sheet is read on a worker; the window stays usable and shows the rows read.
+    m_fetch->setEnabled(false);
+    m_total->setText(tr("Reading..."));
+    m_verifier.startFetch(path);
+}
+
+void LeadsVerifierWindow::fetchEnded()
+{
+    m_fetch->setEnabled(!m_verifier.isRunning());
     m_total->setText(QString::number(m_verifier.pendingCount()));
 }
 

@@ -29,6 +29,7 @@ public:
 private:
     void buildLayout();
     void fetch();
+    void fetchEnded();
     void verify();
     void showClock(int hours, int minutes, int seconds);
 

@@ -1,6 +1,7 @@
 #include "ui/ToolWidgets.h"
 
 #include <QCoreApplication>
+#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -26,6 +27,14 @@ QHBoxLayout *leadFileRow(QWidget *parent, QLineEdit *path, QPushButton *browse, 
     row->addWidget(browse);
     row->addWidget(fetch);
     return row;
+}
+
+QString chooseLeadSheet(QWidget *parent)
+{
+    return QFileDialog::getOpenFileName(
+        parent, QCoreApplication::translate("corvane", "Open Lead File"), {},
+        QCoreApplication::translate("corvane", "Lead files and sheets (*.csv *.txt *.xlsx "
+                                               "*.xls);;All files (*)"));
 }
 
 } // namespace corvane

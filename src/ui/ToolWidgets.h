@@ -16,4 +16,7 @@ QPushButton *namedButton(QWidget *parent, const QString &objectName, const QStri
 // The "Lead &File:" row of the lead windows: label (buddy of the path), path, Browse, Fetch.
 QHBoxLayout *leadFileRow(QWidget *parent, QLineEdit *path, QPushButton *browse, QPushButton *fetch);
 
+// The open dialog of the lead windows' Browse button; empty when cancelled.
+QString chooseLeadSheet(QWidget *parent);
+
 } // namespace corvane

@@ -40,10 +40,7 @@ VCardExportWindow::VCardExportWindow(QWidget *parent)
     m_newCategory->setObjectName(QStringLiteral("txtCategory"));
     m_email->setModel(&m_export.leads());
 
-    m_chooseFile = [this] {
-        return QFileDialog::getOpenFileName(this, tr("Open Lead File"), {},
-                                            tr("Lead files (*.csv);;All files (*)"));
-    };
+    m_chooseFile = [this] { return chooseLeadSheet(this); };
     m_chooseVCard = [this] {
         return QFileDialog::getSaveFileName(this, tr("Export Contacts"),
                                             QStringLiteral("leads.vcf"), tr("Contacts (*.vcf)"));
@@ -60,6 +57,13 @@ VCardExportWindow::VCardExportWindow(QWidget *parent)
             m_path->setText(chosen);
     });
     connect(m_fetch, &QPushButton::clicked, this, &VCardExportWindow::fetch);
+    connect(&m_export, &LeadExport::fetchProgress, this,
+            [this](int rows) { m_total->setText(tr("Reading... %1 rows").arg(rows)); });
+    connect(&m_export, &LeadExport::fetched, this, [this] { fetchEnded(); });
+    connect(&m_export, &LeadExport::fetchFailed, this, [this](const QString &message) {
+        fetchEnded();
+        showMessage(this, message);
+    });
     connect(m_addCategory, &QPushButton::clicked, this, &VCardExportWindow::addCategory);
     connect(m_newCategory, &QLineEdit::returnPressed, this, &VCardExportWindow::addCategory);
     connect(m_import, &QPushButton::clicked, this, &VCardExportWindow::exportLeads);
@@ -114,17 +118,23 @@ void VCardExportWindow::showNewCategory(bool on)
 
 void VCardExportWindow::fetch()
 {
-    const QString path = m_path->text().trimmed();
-    if (path.isEmpty()) {
-        showMessage(this, LeadExport::kSelectFileMessage);
+    if (m_export.isFetching())
+        return;
+    // The sheet is read on a worker; the window stays usable and shows the rows read.
+    if (const Result<void> started = m_export.startFetch(m_path->text()); !started) {
+        showMessage(this, started.message());
         return;
     }
-    const auto fetched = m_export.fetch(path);
-    if (!fetched) {
-        showMessage(this, fetched.message());
-        return;
-    }
-    m_total->setText(QString::number(*fetched));
+    m_fetch->setEnabled(false);
+    m_import->setEnabled(false);
+    m_total->setText(tr("Reading..."));
+}
+
+void VCardExportWindow::fetchEnded()
+{
+    m_fetch->setEnabled(true);
+    m_import->setEnabled(true);
+    m_total->setText(QString::number(m_export.leads().count()));
 }
 
 void VCardExportWindow::addCategory()

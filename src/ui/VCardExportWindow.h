@@ -35,6 +35,7 @@ private:
     void showCategories();
     void showNewCategory(bool on);
     void fetch();
+    void fetchEnded();
     void addCategory();
     void exportLeads();
 

@@ -1,6 +1,6 @@
 #include "verify/LeadVerifier.h"
 
-#include "common/LeadFile.h"
+#include "scan/ReadWorkbook.h"
 #include "verify/DnsServer.h"
 #include "verify/VerifierRecords.h"
 
@@ -48,6 +48,12 @@ LeadVerifier::LeadVerifier(TimerSource &timers, CrawlProfile profile, QObject *p
         m_clock.tick();
         emit clockChanged(m_clock.hours(), m_clock.minutes(), m_clock.seconds());
     });
+    connect(&m_loader, &LeadSheetLoader::progress, this, &LeadVerifier::fetchProgress);
+    connect(&m_loader, &LeadSheetLoader::failed, this, &LeadVerifier::fetchFailed);
+    connect(&m_loader, &LeadSheetLoader::loaded, this, [this](const QStringList &leads) {
+        addLeads(leads);
+        emit fetched(int(leads.size()));
+    });
 }
 
 LeadVerifier::~LeadVerifier()
@@ -60,11 +66,17 @@ Result<int> LeadVerifier::fetch(const QString &leadFile)
 {
     if (leadFile.trimmed().isEmpty())
         return 0;
-    Result<QStringList> leads = LeadFile::read(leadFile.trimmed());
+    const Result<QStringList> leads = ReadWorkbook(leadFile.trimmed());
     if (!leads)
         return leads.error();
     addLeads(*leads);
     return int(leads->size());
+}
+
+void LeadVerifier::startFetch(const QString &leadFile)
+{
+    if (!leadFile.trimmed().isEmpty())
+        m_loader.start(leadFile.trimmed());
 }
 
 void LeadVerifier::addLeads(const QStringList &addresses)

@@ -3,6 +3,7 @@
 #include "common/CrawlProfile.h"
 #include "common/Result.h"
 #include "common/TimerSource.h"
+#include "scan/LeadSheetLoader.h"
 #include "verify/DnsMessage.h"
 #include "verify/ElapsedClock.h"
 #include "verify/MxQuery.h"
@@ -46,8 +47,13 @@ public:
     void setDnsServer(const QString &server) { m_serverText = server; }
     const QString &dnsServer() const { return m_serverText; }
 
-    // Appends the leads of a lead file to the pending list; returns how many it held.
+    // Appends the leads of a lead file or sheet (ReadWorkbook) to the pending list; returns
+    // how many it held. An empty path does nothing. For the command line.
     Result<int> fetch(const QString &leadFile);
+    // The same, read on a worker thread for the window: fetchProgress while reading, then
+    // fetched (leads appended) or fetchFailed. An empty path does nothing.
+    void startFetch(const QString &leadFile);
+    bool isFetching() const { return m_loader.isLoading(); }
     void addLeads(const QStringList &addresses);
 
     // Starts (or resumes) the run. Fails with kEmptyListMessage when nothing is pending, or
@@ -69,6 +75,9 @@ public:
     int queriesSent() const { return m_queriesSent; }
 
 signals:
+    void fetchProgress(int rowsRead);
+    void fetched(int leads);
+    void fetchFailed(const QString &message);
     void pendingCountChanged(int count);
     // An address left the pending list with its verdict (not for an unchecked repeat).
     void leadChecked(const QString &address, bool valid);
@@ -100,6 +109,7 @@ private:
 
     TimerSource &m_timers;
     CrawlProfile m_profile;
+    LeadSheetLoader m_loader;
     std::unique_ptr<Timer> m_stepTimer;
     std::unique_ptr<Timer> m_displayTimer;
 

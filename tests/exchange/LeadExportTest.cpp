@@ -1,6 +1,7 @@
 #include "exchange/LeadExport.h"
 
 #include "exchange/CategoryList.h"
+#include "support/SheetFiles.h"
 #include "support/TestSupport.h"
 
 #include <QSignalSpy>
@@ -39,6 +40,25 @@ TEST(LeadExport, ExportsEveryListedLeadAndEmptiesTheList)
     ASSERT_TRUE(nothing.ok());
     EXPECT_EQ(nothing.value(), LeadExport::kNoLeadsMessage);
     EXPECT_FALSE(QFile::exists(dir.filePath("empty.vcf")));
+}
+
+// The window's Extract reads on a worker through the lead-sheet reader; a workbook's formula
+// cells give their stored results.
+TEST(LeadExport, ExtractsWorkbooksOnAWorker)
+{
+    TempDataFolder home;
+    QTemporaryDir dir;
+    writeFile(dir.filePath("book.xls"), xlsBytes({{XlsCell::Kind::SharedText, "Email Id"},
+                                                  {XlsCell::Kind::FormulaText, "a@b.com"},
+                                                  {XlsCell::Kind::Label, "c@d.com"}}));
+    LeadExport exporter;
+    EXPECT_EQ(exporter.startFetch(" ").message(), LeadExport::kSelectFileMessage);
+    QSignalSpy fetched(&exporter, &LeadExport::fetched);
+    ASSERT_TRUE(exporter.startFetch(dir.filePath("book.xls")));
+    EXPECT_TRUE(exporter.isFetching());
+    ASSERT_TRUE(fetched.wait(10000));
+    EXPECT_EQ(fetched.first().first().toLongLong(), 2);
+    EXPECT_EQ(exporter.leads().texts(), QStringList({"a@b.com", "c@d.com"}));
 }
 
 TEST(LeadExport, FailedWriteKeepsTheList)

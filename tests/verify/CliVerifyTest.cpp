@@ -1,7 +1,7 @@
 #include "DnsmasqServer.h"
 #include "support/TestSupport.h"
 
-#include "common/LeadFile.h"
+#include "support/SheetFiles.h"
 
 #include <QFileInfo>
 
@@ -20,8 +20,8 @@ protected:
     {
         if (!QFileInfo(test::binaryDir() + QStringLiteral("/bin/corvane-cli")).isExecutable())
             GTEST_SKIP() << "corvane-cli is not built";
-        leadFile = home.file(QStringLiteral("leads.csv"));
-        ASSERT_TRUE(LeadFile::write(leadFile, {"a@good.test", "b@none.test", "c@good.test"}));
+        leadFile = home.file(QStringLiteral("leads.xlsx"));
+        test::writeXlsx(leadFile, {"Email Id", "a@good.test", "b@none.test", "c@good.test"});
     }
 
     int run(const QStringList &args, QByteArray *out, QByteArray *err)
@@ -48,7 +48,8 @@ TEST_F(CliVerify, PrintsValidLeadsAndWritesTheResultFiles)
         ASSERT_EQ(run({leadFile, "--dns", dns.endpoint(), "--profile", profile}, &out, &err), 0)
             << err.toStdString();
         EXPECT_EQ(out, "a@good.test\nc@good.test\n") << profile;
-        EXPECT_TRUE(err.contains("Corvane has completed Email-ID verification."))
+        EXPECT_TRUE(
+            err.contains("Corvane has completed Email-ID verification. Valid Leads: 2 of 3"))
             << err.toStdString();
     }
     EXPECT_EQ(test::readFile(home.file("VerifiedSCV/VrTest.scv")),
@@ -59,10 +60,12 @@ TEST_F(CliVerify, PrintsValidLeadsAndWritesTheResultFiles)
 
 TEST_F(CliVerify, WrongCallsAreUsageErrors)
 {
+    test::writeFile(home.file("torn.xlsx"), QByteArray("PK\x03\x04 torn", 9));
     const QList<QStringList> calls{
         {},
         {leadFile, leadFile},
         {home.file("missing.csv")},
+        {home.file("torn.xlsx")},
         {leadFile, "--profile", "fast"},
         {leadFile, "--dns", "127.0.0.1:99999"},
         {leadFile, "--dns"},

@@ -1,9 +1,9 @@
 #include "DnsReplies.h"
 #include "DnsmasqServer.h"
 #include "FakeDnsServer.h"
+#include "support/SheetFiles.h"
 #include "support/TestSupport.h"
 
-#include "common/LeadFile.h"
 #include "verify/LeadVerifier.h"
 #include "verify/VerifierRecords.h"
 
@@ -56,10 +56,6 @@ protected:
 // without "@", and repeats right after a valid and after an invalid address.
 TEST_P(VerifyAgainstDnsmasq, DecidesEveryAddressAndRecordsIt)
 {
-    const QString leadFile = home.file(QStringLiteral("leads.csv"));
-    ASSERT_TRUE(LeadFile::write(leadFile, {"a@good.test", "b@none.test", "c@TWO.test", "plain.test",
-                                           "d@none.test", "e@good.test", "e@good.test",
-                                           "f@none.test", "f@none.test", "g@none.test"}));
     LeadVerifier verifier(RealTimerSource::instance(), GetParam());
     verifier.setDnsServer(dns.endpoint());
     QSignalSpy completed(&verifier, &LeadVerifier::completed);
@@ -70,9 +66,9 @@ TEST_P(VerifyAgainstDnsmasq, DecidesEveryAddressAndRecordsIt)
             exchangersOfTwo = verifier.exchangers();
     });
 
-    const Result<int> fetched = verifier.fetch(leadFile);
-    ASSERT_TRUE(fetched) << fetched.message().toStdString();
-    EXPECT_EQ(*fetched, 10);
+    // A lead sheet never holds an address without "@"; a list given directly may.
+    verifier.addLeads({"a@good.test", "b@none.test", "c@TWO.test", "plain.test", "d@none.test",
+                       "e@good.test", "e@good.test", "f@none.test", "f@none.test", "g@none.test"});
     EXPECT_EQ(verifier.pendingCount(), 10);
     ASSERT_TRUE(verifier.verify());
     ASSERT_TRUE(waitForCompletion(verifier));
@@ -121,6 +117,36 @@ TEST_P(VerifyAgainstDnsmasq, ServerByNameAndNothingToVerify)
     const Result<void> badServer = verifier.verify();
     ASSERT_FALSE(badServer);
     EXPECT_EQ(verifier.pendingCount(), 1);
+}
+
+// Fetch reads through the lead-sheet reader: a workbook gives its leads, and a .csv's header
+// and quoted cells never reach the pending list as addresses. The window's fetch reads on a
+// worker and adds the leads when the read is done.
+TEST(LeadVerifierFetch, ReadsEveryLeadSheetFormat)
+{
+    TempDataFolder home;
+    LeadVerifier verifier;
+    test::writeXlsx(home.file("leads.xlsx"), {"Email Id", "a@good.test", "b@none.test"});
+    const Result<int> fetched = verifier.fetch(home.file("leads.xlsx"));
+    ASSERT_TRUE(fetched) << fetched.message().toStdString();
+    EXPECT_EQ(*fetched, 2);
+
+    test::writeFile(home.file("leads.csv"),
+                    "Email Id,Name\r\n\"c@good.test\",\"Lee, C\"\r\n\"d@two.test\"\r\n");
+    QSignalSpy done(&verifier, &LeadVerifier::fetched);
+    verifier.startFetch(home.file("leads.csv"));
+    EXPECT_TRUE(verifier.isFetching());
+    ASSERT_TRUE(done.wait(10000));
+    EXPECT_EQ(done.first().first().toInt(), 2);
+    EXPECT_EQ(verifier.pending(),
+              (QStringList{"a@good.test", "b@none.test", "c@good.test", "d@two.test"}));
+
+    QSignalSpy failed(&verifier, &LeadVerifier::fetchFailed);
+    verifier.startFetch(home.file("gone.csv"));
+    ASSERT_TRUE(failed.wait(10000));
+    EXPECT_TRUE(
+        failed.first().first().toString().endsWith("gone.csv does not exist or is not a file."));
+    EXPECT_EQ(verifier.pendingCount(), 4);
 }
 
 INSTANTIATE_TEST_SUITE_P(Profiles, VerifyAgainstDnsmasq,

@@ -1,6 +1,6 @@
 #include "HarvestRun.h"
 
-#include "common/LeadFile.h"
+#include "scan/ReadWorkbook.h"
 
 #include <QDir>
 #include <QFile>
@@ -21,7 +21,7 @@ CliRun harvest(const TempDataFolder &home, QStringList args)
                    &out, &err, {}, 120000);
     run.out = QString::fromUtf8(out);
     run.err = QString::fromUtf8(err);
-    if (const Result<QStringList> leads = LeadFile::read(leadFile)) {
+    if (const Result<QStringList> leads = ReadWorkbook(leadFile)) {
         run.leads = *leads;
         run.leads.sort();
     }

@@ -1,3 +1,4 @@
+#include "support/SheetFiles.h"
 #include "support/TestSupport.h"
 
 #include "DnsmasqServer.h"
@@ -43,6 +44,15 @@ protected:
     static void click(QWidget &window, const char *name)
     {
         QTest::mouseClick(child<QPushButton>(window, name), Qt::LeftButton);
+    }
+    // Fetch reads on a worker: the count label says so until the leads are in.
+    static bool fetchAndWait(QWidget &window, const QString &total)
+    {
+        click(window, "cmdFetch");
+        auto *label = child<QLabel>(window, "lblTotLeads");
+        EXPECT_TRUE(label->text().startsWith(QStringLiteral("Reading...")));
+        EXPECT_FALSE(child<QPushButton>(window, "cmdFetch")->isEnabled());
+        return QTest::qWaitFor([&] { return label->text() == total; }, 10000);
     }
 
     test::TempDataFolder home;
@@ -131,9 +141,8 @@ TEST_F(ToolWindowsTest, ExportWritesEveryLeadAsAContactOfTheCategory)
     EXPECT_EQ(messages.messages().value(1), LeadExport::kSelectFileMessage);
 
     child<QLineEdit>(window, "txtPath")->setText(QStringLiteral(" ") + leads);
-    click(window, "cmdFetch");
-    click(window, "cmdFetch"); // a second fetch lists them twice
-    EXPECT_EQ(child<QLabel>(window, "lblTotLeads")->text(), QStringLiteral("4"));
+    ASSERT_TRUE(fetchAndWait(window, QStringLiteral("2")));
+    ASSERT_TRUE(fetchAndWait(window, QStringLiteral("4"))); // a second fetch lists them twice
 
     auto *category = child<QComboBox>(window, "cmbCategory");
     EXPECT_EQ(category->count(), 0);
@@ -158,9 +167,9 @@ TEST_F(ToolWindowsTest, ExportWritesEveryLeadAsAContactOfTheCategory)
 
 TEST_F(ToolWindowsTest, VerifierFetchesAndRefusesAnEmptyRun)
 {
-    const QString leads = home.file(QStringLiteral("in.csv"));
-    ASSERT_TRUE(LeadFile::write(
-        leads, {QStringLiteral("ann@example.com"), QStringLiteral("bob@example.org")}));
+    const QString leads = home.file(QStringLiteral("in.xlsx"));
+    test::writeXlsx(leads, {QStringLiteral("Email Id"), QStringLiteral("ann@example.com"),
+                            QStringLiteral("bob@example.org")});
     MessageCapture messages;
     VirtualTimerSource timers;
     LeadsVerifierWindow window(nullptr, timers);
@@ -173,9 +182,17 @@ TEST_F(ToolWindowsTest, VerifierFetchesAndRefusesAnEmptyRun)
     window.setFileChooser([&] { return leads; });
     click(window, "cmdBrowse");
     EXPECT_EQ(child<QLineEdit>(window, "txtPath")->text(), leads);
-    click(window, "cmdFetch");
-    EXPECT_EQ(child<QLabel>(window, "lblTotLeads")->text(), QStringLiteral("2"));
-    EXPECT_EQ(child<QListWidget>(window, "lstEmail")->count(), 2);
+    ASSERT_TRUE(fetchAndWait(window, QStringLiteral("2")));
+    EXPECT_EQ(child<QListWidget>(window, "lstEmail")->item(1)->text(),
+              QStringLiteral("bob@example.org"));
+
+    // A file that is no lead sheet: its message, and the list as it was.
+    test::writeFile(leads, QByteArray("PK\x03\x04 torn", 9));
+    ASSERT_TRUE(fetchAndWait(window, QStringLiteral("2")));
+    EXPECT_EQ(messages.messages().value(1),
+              QStringLiteral("in.xlsx is not a lead sheet: it is a damaged zip archive."));
+    EXPECT_TRUE(child<QPushButton>(window, "cmdFetch")->isEnabled());
+    click(window, "cmdFetch"); // and the window closes while it reads
 }
 
 TEST_F(ToolWindowsTest, VerifierKeepsTheLeadsWhoseDomainHasAMailExchanger)
@@ -192,7 +209,7 @@ TEST_F(ToolWindowsTest, VerifierKeepsTheLeadsWhoseDomainHasAMailExchanger)
     LeadsVerifierWindow window;
     window.setFileChooser([&] { return leads; });
     click(window, "cmdBrowse");
-    click(window, "cmdFetch");
+    ASSERT_TRUE(fetchAndWait(window, QStringLiteral("3")));
     child<QLineEdit>(window, "txtDNS")->setText(dns.endpoint());
 
     click(window, "cmdVerify");

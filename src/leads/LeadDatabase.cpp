@@ -62,12 +62,7 @@ Result<std::vector<RunSummary>> LeadDatabase::runs()
         return query.error();
     sqlite::Statement &rows = query.value();
     std::vector<RunSummary> runs;
-    for (;;) {
-        const Result<bool> row = rows.step();
-        if (!row)
-            return row.error();
-        if (!*row)
-            return runs;
+    const Result<void> read = rows.forEachRow([&] {
         RunSummary run;
         run.id = rows.integer(0);
         run.kind = rows.text(1) == QLatin1String("scan") ? RunKind::Scan : RunKind::Harvest;
@@ -79,7 +74,11 @@ Result<std::vector<RunSummary>> LeadDatabase::runs()
         run.leads = rows.integer(6);
         run.newLeads = rows.integer(7);
         runs.push_back(std::move(run));
-    }
+        return true;
+    });
+    if (!read)
+        return read.error();
+    return runs;
 }
 
 Result<bool> LeadDatabase::hasRun(qint64 id)
@@ -134,12 +133,7 @@ Result<qint64> LeadDatabase::forEachLead(const LeadSelection &selection,
 
     qint64 count = 0;
     LeadRow lead;
-    for (;;) {
-        const Result<bool> row = rows.step();
-        if (!row)
-            return row.error();
-        if (!*row)
-            return count;
+    const Result<void> read = rows.forEachRow([&] {
         lead.email = rows.text(0);
         lead.source = rows.text(1);
         lead.title = rows.text(2);
@@ -148,37 +142,27 @@ Result<qint64> LeadDatabase::forEachLead(const LeadSelection &selection,
         lead.run = rows.integer(5);
         lead.mx = rows.text(6);
         ++count;
-        if (!visit(lead))
-            return count;
-    }
+        return visit(lead);
+    });
+    if (!read)
+        return read.error();
+    return count;
 }
 
 Result<void> LeadDatabase::recordVerification(const Verification &verification)
 {
-    auto insert = m_db.prepare(QStringLiteral(
-        "INSERT INTO verifications(email, valid, mx, checked) VALUES(?1, ?2, ?3, ?4)"));
-    if (!insert)
-        return insert.error();
-    sqlite::Statement &row = insert.value();
-    row.bind(1, verification.email);
-    row.bind(2, qint64(verification.valid));
-    row.bind(3, verification.mxHost);
-    row.bind(4, verification.checkedMs);
-    return row.run();
+    return m_db.run(
+        QStringLiteral(
+            "INSERT INTO verifications(email, valid, mx, checked) VALUES(?1, ?2, ?3, ?4)"),
+        verification.email, qint64(verification.valid), verification.mxHost,
+        verification.checkedMs);
 }
 
 Result<void> LeadDatabase::recordExport(const ExportRecord &record)
 {
-    auto insert = m_db.prepare(QStringLiteral(
-        "INSERT INTO exports(format, destination, count, exported) VALUES(?1, ?2, ?3, ?4)"));
-    if (!insert)
-        return insert.error();
-    sqlite::Statement &row = insert.value();
-    row.bind(1, record.format);
-    row.bind(2, record.destination);
-    row.bind(3, record.count);
-    row.bind(4, record.exportedMs);
-    return row.run();
+    return m_db.run(QStringLiteral("INSERT INTO exports(format, destination, count, exported) "
+                                   "VALUES(?1, ?2, ?3, ?4)"),
+                    record.format, record.destination, record.count, record.exportedMs);
 }
 
 Result<std::vector<ExportRecord>> LeadDatabase::exports()
@@ -189,14 +173,13 @@ Result<std::vector<ExportRecord>> LeadDatabase::exports()
         return query.error();
     sqlite::Statement &rows = query.value();
     std::vector<ExportRecord> records;
-    for (;;) {
-        const Result<bool> row = rows.step();
-        if (!row)
-            return row.error();
-        if (!*row)
-            return records;
+    const Result<void> read = rows.forEachRow([&] {
         records.push_back({rows.text(0), rows.text(1), rows.integer(2), rows.integer(3)});
-    }
+        return true;
+    });
+    if (!read)
+        return read.error();
+    return records;
 }
 
 } // namespace corvane

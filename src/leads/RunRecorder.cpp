@@ -278,18 +278,12 @@ Result<std::unique_ptr<RunRecorder>> RunRecorder::start(const QString &databaseP
             return problem(prepared->message());
     }
 
-    {
-        auto insertRun =
-            db.prepare(QStringLiteral("INSERT INTO runs(kind, job, started) VALUES(?1, ?2, ?3)"));
-        if (!insertRun)
-            return problem(insertRun.message());
-        sqlite::Statement &insert = insertRun.value();
-        insert.bind(1, runKindName(kind));
-        insert.bind(2, QString::fromUtf8(QJsonDocument(job).toJson(QJsonDocument::Compact)));
-        insert.bind(3, clock());
-        if (auto inserted = insert.run(); !inserted)
-            return problem(inserted.message());
-    }
+    const QString jobText = QString::fromUtf8(QJsonDocument(job).toJson(QJsonDocument::Compact));
+    if (auto inserted =
+            db.run(QStringLiteral("INSERT INTO runs(kind, job, started) VALUES(?1, ?2, ?3)"),
+                   runKindName(kind), jobText, clock());
+        !inserted)
+        return problem(inserted.message());
     const qint64 runId = db.lastInsertId();
 
     Statements statements{std::move(addSource).value(),   std::move(updateSource).value(),

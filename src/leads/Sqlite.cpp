@@ -154,11 +154,16 @@ Result<bool> Statement::step()
 
 Result<void> Statement::run()
 {
+    return forEachRow([] { return true; });
+}
+
+Result<void> Statement::forEachRow(const std::function<bool()> &visit)
+{
     for (;;) {
         const Result<bool> row = step();
         if (!row)
             return row.error();
-        if (!*row)
+        if (!*row || !visit())
             break;
     }
     reset();

@@ -5,6 +5,8 @@
 #include <QByteArrayView>
 #include <QString>
 
+#include <functional>
+
 struct sqlite3;
 struct sqlite3_stmt;
 
@@ -30,6 +32,9 @@ public:
     // Runs one or more statements whose rows, if any, are not wanted.
     Result<void> exec(const char *sql);
     Result<Statement> prepare(const QString &sql);
+    // Prepares sql, binds values to ?1, ?2, ... and runs it to its end.
+    template <typename... Values>
+    Result<void> run(const QString &sql, const Values &...values);
     // The single integer a query such as "PRAGMA user_version" answers.
     Result<qint64> queryInt(const char *sql);
 
@@ -61,6 +66,8 @@ public:
     Result<bool> step();
     // Runs a statement to its end, ignoring any rows.
     Result<void> run();
+    // Steps through the rows, calling visit on each until it returns false.
+    Result<void> forEachRow(const std::function<bool()> &visit);
     // Ready to run again; bindings stay unless rebound.
     void reset();
 
@@ -75,6 +82,17 @@ private:
     sqlite3 *m_db = nullptr;
     sqlite3_stmt *m_statement = nullptr;
 };
+
+template <typename... Values>
+Result<void> Connection::run(const QString &sql, const Values &...values)
+{
+    auto prepared = prepare(sql);
+    if (!prepared)
+        return prepared.error();
+    int index = 0;
+    (prepared.value().bind(++index, values), ...);
+    return prepared.value().run();
+}
 
 // A transaction that rolls back unless committed. Immediate takes the write lock at once,
 // so two writers never both read, then fail to upgrade.

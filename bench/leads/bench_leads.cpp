@@ -1,5 +1,6 @@
-// The lead database's costs: what recordLead costs the thread that calls it, how many leads a
-// recorder writes per second, and how fast a large database lists as CSV.
+// The lead database's costs: what recordLead and a verifier answer cost the thread that
+// records them, how many leads a recorder writes per second, and how fast a large database
+// lists as CSV.
 //
 //   build/release/bin/bench_leads                 the benchmarks below
 //   build/release/bin/bench_leads fill DIR N      DIR/leads.sqlite with N leads, for list-csv.sh
@@ -103,6 +104,20 @@ void BM_RecorderThroughput(benchmark::State &state)
     state.counters["caller_ns_per_lead"] = callerSeconds * 1e9 / double(state.iterations() * n);
 }
 BENCHMARK(BM_RecorderThroughput)->Arg(200000)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// One verifier answer, committed on the caller's thread as the verifier window records it.
+void BM_RecordVerification(benchmark::State &state)
+{
+    QTemporaryDir dir;
+    auto db = LeadDatabase::open(dir.filePath("leads.sqlite"));
+    qint64 n = 0;
+    for (auto _ : state) {
+        if (!db.value().recordVerification({leadAddress(n++), true, QStringLiteral("mx.test")}))
+            state.SkipWithError("not recorded");
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_RecordVerification)->UseRealTime();
 
 // The whole database as CSV, written to /dev/null.
 void BM_ListCsv(benchmark::State &state)

@@ -20,6 +20,8 @@ namespace corvane {
 //
 //     db.recordVerification({address, valid, mxHost});
 //     db.recordExport({"vcard", path, count});
+//
+// An open LeadDatabase is used by one thread at a time.
 class LeadDatabase
 {
 public:

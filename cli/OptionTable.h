@@ -1,0 +1,110 @@
+#pragma once
+
+#include <QHash>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+
+#include <limits>
+#include <variant>
+#include <vector>
+
+namespace corvane::cli {
+
+// A command's options as one declarative table: the parser, the --help text, the manual
+// page section and the shell's completion words all come from it, so they never disagree.
+
+// What an option takes. Each kind decides what the parser accepts and what a shell offers.
+struct FlagValue
+{
+};
+struct TextValue
+{
+};
+struct FileValue
+{
+};
+struct NumberValue
+{
+    qint64 min = 0;
+    qint64 max = std::numeric_limits<qint64>::max();
+};
+struct ChoiceValue
+{
+    QStringList choices;
+};
+using OptionKind = std::variant<FlagValue, TextValue, FileValue, NumberValue, ChoiceValue>;
+
+struct OptionSpec
+{
+    QString name{};      // the long name, without "--"
+    QString valueName{}; // "ID", "DATE"; unused for flags
+    QString help{};      // its meaning, lower case, no full stop
+    OptionKind kind = FlagValue{};
+    QString defaultValue{}; // used and shown when the option is not given; empty: none
+    bool required = false;
+};
+
+struct CommandSpec
+{
+    QString name{};      // the words that call it: "leads list"
+    QString summary{};   // one sentence
+    QString arguments{}; // synopsis of positional arguments ("PATH..."); empty: none taken
+    std::vector<OptionSpec> options{};
+    QStringList examples{}; // command lines, without the program name
+};
+
+// What a parse found: given values, else the table's defaults.
+class OptionValues
+{
+public:
+    bool isSet(const QString &name) const { return m_given.contains(name); }
+    QString value(const QString &name) const { return m_values.value(name); }
+    // A NumberValue option's value; parse() has checked it.
+    qint64 number(const QString &name) const { return m_values.value(name).toLongLong(); }
+    const QStringList &positional() const { return m_positional; }
+
+private:
+    friend class OptionTable;
+    QHash<QString, QString> m_values;
+    QSet<QString> m_given;
+    QStringList m_positional;
+};
+
+// parse() has done everything already: help was shown, or a bad call reported.
+struct ExitNow
+{
+    int code;
+};
+
+class OptionTable
+{
+public:
+    explicit OptionTable(CommandSpec spec);
+
+    const CommandSpec &spec() const { return m_spec; }
+
+    // -h/--help prints helpText() on stdout (exit 0); a bad call prints one line on stderr
+    // (exit 2). args are those after the command's words.
+    std::variant<OptionValues, ExitNow> parse(const QStringList &args) const;
+
+    QString usageLine() const;
+    QString helpText() const;
+    // A section for the manual page, in roff.
+    QString manSection() const;
+    // The words a shell may offer after previousWord: an option's choices after that option,
+    // nothing after another option that takes a value (the shell offers files), else the
+    // options themselves.
+    QStringList completionWords(const QString &previousWord = {}) const;
+
+private:
+    const OptionSpec *find(const QString &word) const;
+
+    CommandSpec m_spec;
+};
+
+// The help of a command made of subcommands ("leads runs", "leads list", ...).
+QString subcommandHelp(const QString &command, const QString &summary,
+                       const std::vector<const OptionTable *> &subcommands);
+
+} // namespace corvane::cli

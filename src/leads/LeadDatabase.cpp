@@ -1,0 +1,185 @@
+#include "leads/LeadDatabase.h"
+
+#include "common/DataFolder.h"
+#include "leads/LeadSchema.h"
+
+namespace corvane {
+
+QString runKindName(RunKind kind)
+{
+    return kind == RunKind::Scan ? QStringLiteral("scan") : QStringLiteral("harvest");
+}
+
+QString leadDomain(const QString &email)
+{
+    return email.mid(email.lastIndexOf(QLatin1Char('@')) + 1).toLower();
+}
+
+QString LeadDatabase::defaultPath()
+{
+    return DataFolder::root() + QStringLiteral("/leads.sqlite");
+}
+
+Result<sqlite::Connection> openLeadConnection(const QString &path)
+{
+    const auto problem = [&path](const QString &reason) {
+        return fail(QStringLiteral("The lead database %1 cannot be used: %2").arg(path, reason));
+    };
+    auto opened = sqlite::Connection::open(path, true);
+    if (!opened)
+        return problem(opened.message());
+    sqlite::Connection &db = opened.value();
+    // WAL lets readers go on while a run writes; NORMAL syncs at checkpoints only, which a
+    // killed program survives (only a power cut may lose the last commits, never the file).
+    if (auto wal = db.exec("PRAGMA journal_mode = WAL; PRAGMA synchronous = NORMAL"); !wal)
+        return problem(wal.message());
+    if (auto migrated = migrate(db, leadSchemaSteps()); !migrated)
+        return problem(migrated.message());
+    return std::move(opened).value();
+}
+
+Result<LeadDatabase> LeadDatabase::open(const QString &path)
+{
+    auto db = openLeadConnection(path);
+    if (!db)
+        return db.error();
+    return LeadDatabase(path, std::move(db).value());
+}
+
+LeadDatabase::LeadDatabase(QString path, sqlite::Connection db)
+    : m_path(std::move(path)), m_db(std::move(db))
+{
+}
+
+Result<std::vector<RunSummary>> LeadDatabase::runs()
+{
+    auto query =
+        m_db.prepare(QStringLiteral("SELECT r.id, r.kind, r.job, r.started, r.ended, r.message,"
+                                    " (SELECT count(*) FROM sightings s WHERE s.run = r.id),"
+                                    " (SELECT count(*) FROM leads l WHERE l.first_run = r.id)"
+                                    " FROM runs r ORDER BY r.id"));
+    if (!query)
+        return query.error();
+    sqlite::Statement &rows = query.value();
+    std::vector<RunSummary> runs;
+    const Result<void> read = rows.forEachRow([&] {
+        RunSummary run;
+        run.id = rows.integer(0);
+        run.kind = rows.text(1) == QLatin1String("scan") ? RunKind::Scan : RunKind::Harvest;
+        run.job = rows.text(2);
+        run.startedMs = rows.integer(3);
+        if (!rows.isNull(4))
+            run.endedMs = rows.integer(4);
+        run.message = rows.text(5);
+        run.leads = rows.integer(6);
+        run.newLeads = rows.integer(7);
+        runs.push_back(std::move(run));
+        return true;
+    });
+    if (!read)
+        return read.error();
+    return runs;
+}
+
+Result<bool> LeadDatabase::hasRun(qint64 id)
+{
+    auto query = m_db.prepare(QStringLiteral("SELECT 1 FROM runs WHERE id = ?1"));
+    if (!query)
+        return query.error();
+    query.value().bind(1, id);
+    return query.value().step();
+}
+
+Result<qint64> LeadDatabase::forEachLead(const LeadSelection &selection,
+                                         const std::function<bool(const LeadRow &)> &visit)
+{
+    // The mx column: the latest verification's host when it found the address valid.
+    QString sql =
+        QStringLiteral("SELECT l.email, s.location, s.title, l.first_seen, l.last_seen, %1,"
+                       " (SELECT CASE WHEN v.valid THEN v.mx ELSE '' END FROM verifications v"
+                       "  WHERE v.email = l.email ORDER BY v.id DESC LIMIT 1) ");
+    if (selection.run) {
+        sql = sql.arg(QLatin1String("x.run")) +
+              QStringLiteral("FROM sightings x JOIN leads l ON l.id = x.lead"
+                             " JOIN sources s ON s.id = x.source WHERE x.run = ?1");
+        if (selection.newOnly)
+            sql += QStringLiteral(" AND l.first_run = ?1");
+    } else {
+        sql = sql.arg(QLatin1String("l.last_run")) +
+              QStringLiteral("FROM leads l JOIN sources s ON s.id = l.last_source WHERE 1");
+        if (selection.newOnly && !selection.sinceMs)
+            sql += QStringLiteral(" AND l.first_run = (SELECT max(id) FROM runs)");
+    }
+    if (selection.sinceMs)
+        sql += selection.newOnly ? QStringLiteral(" AND l.first_seen >= ?2")
+                                 : QStringLiteral(" AND l.last_seen >= ?2");
+    QString domain = selection.domain.toLower();
+    if (domain.startsWith(QLatin1Char('@')) || domain.startsWith(QLatin1Char('.')))
+        domain.remove(0, 1);
+    if (!domain.isEmpty())
+        sql += QStringLiteral(" AND (l.domain = ?3 OR substr(l.domain, -length(?4)) = ?4)");
+    sql += selection.run ? QStringLiteral(" ORDER BY x.lead") : QStringLiteral(" ORDER BY l.id");
+
+    auto query = m_db.prepare(sql);
+    if (!query)
+        return query.error();
+    sqlite::Statement &rows = query.value();
+    if (selection.run)
+        rows.bind(1, *selection.run);
+    if (selection.sinceMs)
+        rows.bind(2, *selection.sinceMs);
+    rows.bind(3, domain);
+    rows.bind(4, QLatin1Char('.') + domain);
+
+    qint64 count = 0;
+    LeadRow lead;
+    const Result<void> read = rows.forEachRow([&] {
+        lead.email = rows.text(0);
+        lead.source = rows.text(1);
+        lead.title = rows.text(2);
+        lead.firstSeenMs = rows.integer(3);
+        lead.lastSeenMs = rows.integer(4);
+        lead.run = rows.integer(5);
+        lead.mx = rows.text(6);
+        ++count;
+        return visit(lead);
+    });
+    if (!read)
+        return read.error();
+    return count;
+}
+
+Result<void> LeadDatabase::recordVerification(const Verification &verification)
+{
+    return m_db.run(
+        QStringLiteral(
+            "INSERT INTO verifications(email, valid, mx, checked) VALUES(?1, ?2, ?3, ?4)"),
+        verification.email, qint64(verification.valid), verification.mxHost,
+        verification.checkedMs);
+}
+
+Result<void> LeadDatabase::recordExport(const ExportRecord &record)
+{
+    return m_db.run(QStringLiteral("INSERT INTO exports(format, destination, count, exported) "
+                                   "VALUES(?1, ?2, ?3, ?4)"),
+                    record.format, record.destination, record.count, record.exportedMs);
+}
+
+Result<std::vector<ExportRecord>> LeadDatabase::exports()
+{
+    auto query = m_db.prepare(
+        QStringLiteral("SELECT format, destination, count, exported FROM exports ORDER BY id"));
+    if (!query)
+        return query.error();
+    sqlite::Statement &rows = query.value();
+    std::vector<ExportRecord> records;
+    const Result<void> read = rows.forEachRow([&] {
+        records.push_back({rows.text(0), rows.text(1), rows.integer(2), rows.integer(3)});
+        return true;
+    });
+    if (!read)
+        return read.error();
+    return records;
+}
+
+} // namespace corvane

@@ -63,6 +63,15 @@ HeaderFields parseFields(QByteArrayView block, QByteArray *firstLine)
     return parsed;
 }
 
+// A status line ("HTTP/1.1 200 OK") or a request line ("GET / HTTP/1.1") at the start.
+bool looksLikeHttp(QByteArrayView block)
+{
+    if (block.startsWith("HTTP/"))
+        return true;
+    const qsizetype eol = block.indexOf('\n');
+    return eol > 0 && block.first(eol).contains(" HTTP/1.");
+}
+
 bool parseLength(QByteArrayView text, qint64 *length)
 {
     if (text.isEmpty() || text.size() > 18)
@@ -227,6 +236,21 @@ Result<bool> WarcReader::readHeader()
     }
     ++m_record.number;
     const qint64 start = m_offset;
+    while (m_buffer.size() - m_pos < 5) {
+        const Result<bool> more = fillBuffer();
+        if (!more)
+            return more.error();
+        if (!*more)
+            break;
+    }
+    if (!QByteArrayView(m_buffer).sliced(m_pos).startsWith("WARC/")) {
+        if (m_record.number == 1)
+            return fail(QStringLiteral("it is not a WARC archive (it does not begin with a "
+                                       "WARC/ version line)"));
+        return damaged(QStringLiteral("no WARC record begins at byte %1 of the archive%2")
+                           .arg(start)
+                           .arg(m_unpacked ? QStringLiteral(" (unpacked)") : QString()));
+    }
     qsizetype end = -1;
     // Searched so far, relative to m_pos (filling the buffer moves m_pos).
     for (qsizetype searched = 0;;) {
@@ -244,14 +268,6 @@ Result<bool> WarcReader::readHeader()
             return damaged(QStringLiteral("the archive ends inside its header"));
     }
     const QByteArrayView block = QByteArrayView(m_buffer).sliced(m_pos, end - m_pos);
-    if (!block.startsWith("WARC/")) {
-        if (m_record.number == 1)
-            return fail(QStringLiteral("it is not a WARC archive (it does not begin with a "
-                                       "WARC/ version line)"));
-        return damaged(QStringLiteral("no WARC record begins at byte %1 of the archive%2")
-                           .arg(start)
-                           .arg(m_unpacked ? QStringLiteral(" (unpacked)") : QString()));
-    }
     WarcRecord record;
     record.number = m_record.number;
     record.header = parseFields(block, &record.version);
@@ -326,7 +342,7 @@ Result<void> WarcReader::openPayload()
         head.resize(had + (got ? *got : 0));
         if (!got)
             return got.error();
-        const bool looksHttp = head.startsWith("HTTP/") || httpType;
+        const bool looksHttp = httpType || looksLikeHttp(head);
         if (!looksHttp && (head.size() >= 5 || *got == 0)) {
             // Not an HTTP message after all: the block is the payload.
             m_payload->prefixed = std::make_unique<PrefixedSource>(head, *m_block);

@@ -33,6 +33,22 @@ bool isZlibHeader(QByteArrayView bytes)
 
 } // namespace
 
+QByteArray gzipCompressed(QByteArrayView bytes, int level)
+{
+    z_stream z{};
+    if (deflateInit2(&z, level, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK)
+        qFatal("zlib cannot start a compressor");
+    QByteArray out(qsizetype(deflateBound(&z, uLong(bytes.size()))), Qt::Uninitialized);
+    z.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(bytes.data()));
+    z.avail_in = uInt(bytes.size());
+    z.next_out = reinterpret_cast<Bytef *>(out.data());
+    z.avail_out = uInt(out.size());
+    deflate(&z, Z_FINISH); // the output holds deflateBound bytes: it finishes in one call
+    out.resize(qsizetype(z.total_out));
+    deflateEnd(&z);
+    return out;
+}
+
 Result<qsizetype> DeviceSource::pull(char *out, qsizetype max)
 {
     if (!m_ahead.isEmpty()) {

@@ -109,6 +109,9 @@ private:
     PullSource &m_rest;
 };
 
+// One gzip member holding the bytes (level: zlib's, 1 fastest to 9 smallest).
+QByteArray gzipCompressed(QByteArrayView bytes, int level = 6);
+
 // Whether the bytes begin a gzip member.
 inline bool isGzipStart(QByteArrayView bytes)
 {

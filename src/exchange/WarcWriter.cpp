@@ -1,10 +1,11 @@
 #include "exchange/WarcWriter.h"
 
+#include "exchange/WarcStreams.h"
+
 #include <QCryptographicHash>
 #include <QIODevice>
+#include <QUrl>
 #include <QUuid>
-
-#include <zlib.h>
 
 namespace corvane {
 
@@ -33,21 +34,23 @@ QByteArray base32(const QByteArray &bytes)
     return out;
 }
 
-// A header value on one line: blanks and control bytes inside a URI are escaped, and a value
-// taken from a stored page can never start a field of its own.
-QByteArray headerValue(const QByteArray &value, bool escapeBlanks)
+// A header value on one line: a value taken from a stored page can never start a field of
+// its own.
+QByteArray headerValue(const QByteArray &value)
 {
-    QByteArray out;
-    for (const char c : value) {
-        const uchar byte = uchar(c);
-        if (byte < 0x20 || byte == 0x7f || (escapeBlanks && byte == ' '))
-            out += escapeBlanks
-                       ? "%" + QByteArray::number(byte, 16).rightJustified(2, '0').toUpper()
-                       : QByteArray(" ");
-        else
-            out += c;
+    QByteArray out = value;
+    for (char &c : out) {
+        if (uchar(c) < 0x20 || c == 0x7f)
+            c = ' ';
     }
     return out;
+}
+
+// A target URI as the format wants it: one token, escaped as RFC 3986 says (blanks, controls
+// and bytes above ASCII as %XX), with the escapes it already has left alone.
+QByteArray escapedUri(const QString &uri)
+{
+    return QUrl::toPercentEncoding(uri, "!#$&'()*+,/:;=?@[]~%");
 }
 
 QByteArray recordId()
@@ -59,25 +62,6 @@ QByteArray warcDate(const QDateTime &when)
 {
     const QDateTime utc = (when.isValid() ? when : QDateTime::currentDateTimeUtc()).toUTC();
     return utc.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ssZ")).toLatin1();
-}
-
-// One gzip member holding the bytes.
-Result<QByteArray> gzipMember(const QByteArray &bytes)
-{
-    z_stream z{};
-    if (deflateInit2(&z, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK)
-        return fail(QStringLiteral("the compressor could not start"));
-    QByteArray out(qsizetype(deflateBound(&z, uLong(bytes.size()))), Qt::Uninitialized);
-    z.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(bytes.constData()));
-    z.avail_in = uInt(bytes.size());
-    z.next_out = reinterpret_cast<Bytef *>(out.data());
-    z.avail_out = uInt(out.size());
-    const int status = deflate(&z, Z_FINISH);
-    out.resize(qsizetype(z.total_out));
-    deflateEnd(&z);
-    if (status != Z_STREAM_END)
-        return fail(QStringLiteral("the compressor failed"));
-    return out;
 }
 
 // The HTTP reason phrases a browser shows; others get a neutral word.
@@ -119,12 +103,8 @@ Result<void> WarcWriter::writeRecord(const Fields &header, const QByteArray &blo
     record += "Content-Length: " + QByteArray::number(block.size()) + "\r\n\r\n";
     record += block;
     record += "\r\n\r\n";
-    if (m_compressed) {
-        Result<QByteArray> packed = gzipMember(record);
-        if (!packed)
-            return packed.error();
-        record = std::move(packed).value();
-    }
+    if (m_compressed)
+        record = gzipCompressed(record);
     if (m_device.write(record) != record.size())
         return fail(m_device.errorString());
     return {};
@@ -138,7 +118,7 @@ Result<void> WarcWriter::writeWarcinfo(const QString &fileName, const Fields &fi
     return writeRecord({{"WARC-Type", "warcinfo"},
                         {"WARC-Record-ID", recordId()},
                         {"WARC-Date", warcDate({})},
-                        {"WARC-Filename", headerValue(fileName.toUtf8(), false)},
+                        {"WARC-Filename", headerValue(fileName.toUtf8())},
                         {"Content-Type", "application/warc-fields"},
                         {"WARC-Block-Digest", warcSha1Digest(block)}},
                        block);
@@ -149,13 +129,13 @@ Result<void> WarcWriter::writeResponse(const WarcPage &page)
     QByteArray block =
         "HTTP/1.1 " + QByteArray::number(page.status) + ' ' + reasonPhrase(page.status) + "\r\n";
     if (!page.contentType.isEmpty())
-        block += "Content-Type: " + headerValue(page.contentType, false) + "\r\n";
+        block += "Content-Type: " + headerValue(page.contentType) + "\r\n";
     block += "Content-Length: " + QByteArray::number(page.body.size()) + "\r\n\r\n";
     block += page.body;
     return writeRecord({{"WARC-Type", "response"},
                         {"WARC-Record-ID", recordId()},
                         {"WARC-Date", warcDate(page.captured)},
-                        {"WARC-Target-URI", headerValue(page.targetUri.toUtf8(), true)},
+                        {"WARC-Target-URI", escapedUri(page.targetUri)},
                         {"Content-Type", "application/http;msgtype=response"},
                         {"WARC-Payload-Digest", warcSha1Digest(page.body)},
                         {"WARC-Block-Digest", warcSha1Digest(block)}},

@@ -28,7 +28,7 @@ struct DocumentLimits
     // PDF text is taken in a helper process with its own memory and time limits, so that a
     // PDF built to exhaust the reader ends that process and not the scan.
     int maxPdfPages = 10000;
-    qint64 pdfMemoryBytes = qint64(1) << 30;
+    qint64 pdfMemoryBytes = qint64(512) << 20;
     int pdfSeconds = 120;
     WarcLimits warc;
 };

@@ -53,13 +53,15 @@ bool isTextPart(Family family, const QString &name)
     return false;
 }
 
+// Told by the parts a family always has; the folders alone are enough for the files some
+// programs write without the rest.
 Family familyOf(const QString &name)
 {
-    if (name == QLatin1String("word/document.xml"))
+    if (name.startsWith(QLatin1String("word/")))
         return Family::Word;
-    if (name == QLatin1String("xl/workbook.xml"))
+    if (name.startsWith(QLatin1String("xl/")))
         return Family::Excel;
-    if (name == QLatin1String("ppt/presentation.xml"))
+    if (name.startsWith(QLatin1String("ppt/")))
         return Family::PowerPoint;
     if (name == QLatin1String("content.xml"))
         return Family::OpenDocument;

@@ -89,7 +89,8 @@ Result<void> readPdfText(const QString &path, TextSink &sink, const DocumentLimi
     case 0:
         return {};
     case 3:
-        return fail(QStringLiteral("only its first %1 pages were read").arg(limits.maxPdfPages));
+        return fail(
+            QStringLiteral("only the first %1 of its pages were read").arg(limits.maxPdfPages));
     case 4:
         return fail(
             QStringLiteral("its text is longer than %1").arg(megabytes(limits.maxTextBytes)));

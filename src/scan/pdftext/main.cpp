@@ -43,7 +43,7 @@ void limitResource(int resource, long long value)
 int main(int argc, char **argv)
 {
     PdfTextLimits limits;
-    long long memory = 1LL << 30;
+    long long memory = 512LL << 20;
     long long seconds = 120;
     const char *file = nullptr;
     for (int i = 1; i < argc; ++i) {

@@ -32,9 +32,9 @@ bool isLocalPage(const QUrl &url)
 
 #ifdef CORVANE_HAVE_WEBENGINE
 
-// Sees every request of the view's profile before it is made, redirects included. The web
-// engine's own settings already keep local pages from the network and from other files; this
-// is the second lock, and the one that also stops a stored page's WebSocket connections.
+// Sees the view's requests before they are made. The web engine's own settings already keep
+// local pages from the network and from other files; this is the second lock, and the one
+// that also stops a stored page's WebSocket connections.
 class RequestGuard : public QWebEngineUrlRequestInterceptor
 {
 public:
@@ -73,7 +73,8 @@ private:
 // Decides where a page may go and whether it runs scripts. A local page's links, forms,
 // refreshes and frames lead nowhere; the viewer's own navigation (a page it shows, an address
 // typed, back, forward, reload) always goes. Script errors mean nothing to the user, and a
-// pop-up must not escape the viewer, so it is loaded in place.
+// pop-up must not escape the viewer, so it is loaded in place. Permissions a page asks for
+// are refused without asking.
 class GuardedPage : public QWebEnginePage
 {
 public:
@@ -96,6 +97,23 @@ protected:
     {
     }
     QWebEnginePage *createWindow(WebWindowType) override { return this; }
+
+    // A stored page's dialogs would only stand in the way (one after another, they would
+    // hold the program), and leaving the page is never refused.
+    void javaScriptAlert(const QUrl &origin, const QString &text) override
+    {
+        if (!isLocalPage(url()))
+            QWebEnginePage::javaScriptAlert(origin, text);
+    }
+    bool javaScriptConfirm(const QUrl &origin, const QString &text) override
+    {
+        return isLocalPage(url()) || QWebEnginePage::javaScriptConfirm(origin, text);
+    }
+    bool javaScriptPrompt(const QUrl &origin, const QString &text, const QString &value,
+                          QString *result) override
+    {
+        return !isLocalPage(url()) && QWebEnginePage::javaScriptPrompt(origin, text, value, result);
+    }
 
     bool acceptNavigationRequest(const QUrl &url, NavigationType type, bool isMainFrame) override
     {
@@ -351,7 +369,6 @@ void PageView::recordBlocked(const QUrl &url)
     if (m_blocked.size() >= kBlockedKept)
         m_blocked.removeFirst();
     m_blocked.append(url);
-    emit requestBlocked(url);
 }
 
 } // namespace corvane

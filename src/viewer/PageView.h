@@ -50,7 +50,6 @@ signals:
     void loadStarted();
     void loadFinished();
     void historyChanged();
-    void requestBlocked(const QUrl &url);
 
 private:
     void recordBlocked(const QUrl &url);

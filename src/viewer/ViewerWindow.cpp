@@ -200,7 +200,8 @@ void ViewerWindow::buildLayout()
     // Off at every start: stored pages come from any site.
     auto *scripts = new QCheckBox(tr("Allow scripts in stored pages"), this);
     scripts->setObjectName(QStringLiteral("chkScripts"));
-    scripts->setToolTip(tr("Stored pages never reach the internet or your files, scripts or not"));
+    scripts->setToolTip(tr("Stored pages come from other sites: allow their scripts only for "
+                           "pages you trust"));
     connect(scripts, &QCheckBox::toggled, m_web, &PageView::setScriptsAllowed);
     pages->addWidget(scripts);
     layout->addLayout(pages);

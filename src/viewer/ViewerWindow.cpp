@@ -10,6 +10,7 @@
 #include "ui/ToolWidgets.h"
 #include "viewer/PageView.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
@@ -196,6 +197,13 @@ void ViewerWindow::buildLayout()
     for (QPushButton *b : {m_first, m_previous, m_next, m_last, m_del, m_view})
         pages->addWidget(b);
     pages->addStretch();
+    // Off at every start: stored pages come from any site.
+    auto *scripts = new QCheckBox(tr("Allow scripts in stored pages"), this);
+    scripts->setObjectName(QStringLiteral("chkScripts"));
+    scripts->setToolTip(tr("Stored pages come from other sites: allow their scripts only for "
+                           "pages you trust"));
+    connect(scripts, &QCheckBox::toggled, m_web, &PageView::setScriptsAllowed);
+    pages->addWidget(scripts);
     layout->addLayout(pages);
     auto *tools = new QHBoxLayout;
     for (QPushButton *b : {m_import, m_leadsScan, m_emailVerify, m_engine})

@@ -177,10 +177,14 @@ Result<void> PageStore::createKnowledgeBase(const QString &name, const QString &
 Result<void> PageStore::prepareKeywordFolder(const QString &name, const QString &kbFolder,
                                              const QString &term, const QString &keywordFolder)
 {
-    if (m_readyFolders.contains(keywordFolder))
+    // A folder deleted while the harvest runs (from the viewer, say) is made and recorded
+    // again rather than failing every later page.
+    if (m_readyFolders.contains(keywordFolder) && QFileInfo(keywordFolder).isDir())
         return {};
+    m_readyFolders.remove(keywordFolder);
     const bool favorites = m_settings.createFavorites;
     if (!QFileInfo(kbFolder).isDir()) {
+        m_kbNumberFolder.clear();
         if (Result<void> made = makeFolder(kbFolder); !made)
             return made;
     }

@@ -2,6 +2,7 @@
 #include "support/TestSupport.h"
 
 #include "kb/Catalogues.h"
+#include "kb/Deletion.h"
 #include "kb/DiskSpace.h"
 #include "kb/NameRules.h"
 #include "kb/PageStore.h"
@@ -148,6 +149,14 @@ TEST_F(Store, JoiningAKnowledgeBaseContinuesItsPageNumbersAndRepairsItsRecords)
     EXPECT_EQ(QDir(kbFolder() + QStringLiteral("/Rail"))
                   .entryList(QDir::Files | QDir::Hidden, QDir::Name),
               QStringList({"1.htm", "2.htm", "5.htm", "6.htm", "index.qdx"}));
+
+    // A knowledge base deleted while the harvest runs is made and recorded again.
+    ASSERT_TRUE(carryOut(KnowledgeBaseDeletion{1, kbFolder()}).problems.isEmpty());
+    const Result<SaveOutcome> again =
+        second.SaveTaxonomy(QStringLiteral("http://two.test/b"), pageTitled("Rail"));
+    ASSERT_TRUE(again && again->stored());
+    EXPECT_EQ(recordTexts(CatalogueFiles::kbKeywords()), QStringList({"1@1@Rail"}));
+    EXPECT_TRUE(QFileInfo::exists(kbFolder() + QStringLiteral("/Rail/index.qdx")));
 }
 
 TEST_F(Store, ProblemsOfAStoreStepAreReported)

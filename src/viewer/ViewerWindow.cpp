@@ -31,6 +31,25 @@ namespace {
 
 ViewerWindow *g_openViewer = nullptr;
 
+// Refills a list without signalling and keeps its selection where it can: the index of the
+// entry selected before, -1 when none was or it has gone.
+template <typename Records, typename Entry>
+int refillKeepingSelection(QComboBox *list, const Records &records, Entry entry)
+{
+    const bool hadSelection = list->currentIndex() >= 0;
+    const QVariant current = list->currentData();
+    const QSignalBlocker quiet(list);
+    list->clear();
+    for (const auto &record : records) {
+        const auto [text, number] = entry(record);
+        list->addItem(text, number);
+    }
+    const int kept = hadSelection ? list->findData(current) : -1;
+    if (kept >= 0)
+        list->setCurrentIndex(kept);
+    return kept;
+}
+
 QString describe(const QString &message)
 {
     // Library errors already carry their operation's arrow; the viewer adds its own label.
@@ -304,17 +323,11 @@ void ViewerWindow::refreshLists()
     if (!bases)
         return; // a passing problem; the next change tries again
     const bool hadSelection = m_mailList->currentIndex() >= 0;
-    const qint32 current = m_mailList->currentData().toInt();
-    {
-        const QSignalBlocker quiet(m_mailList);
-        m_mailList->clear();
-        for (const KnowledgeBaseRecord &kb : *bases)
-            m_mailList->addItem(kb.name, kb.number);
-    }
+    const int kept = refillKeepingSelection(m_mailList, *bases, [](const KnowledgeBaseRecord &kb) {
+        return std::pair(kb.name, kb.number);
+    });
     m_delKB->setEnabled(m_mailList->count() > 0);
-    const int kept = hadSelection ? m_mailList->findData(current) : -1;
     if (kept >= 0) {
-        m_mailList->setCurrentIndex(kept);
         refreshKeywords();
     } else if (m_mailList->count() > 0) {
         // The knowledge base on show is gone, or there was none: show the first.
@@ -333,16 +346,10 @@ void ViewerWindow::refreshKeywords()
     if (!keywords)
         return;
     const bool hadSelection = m_keyword->currentIndex() >= 0;
-    const qint32 current = m_keyword->currentData().toInt();
-    {
-        const QSignalBlocker quiet(m_keyword);
-        m_keyword->clear();
-        for (const KeywordFolderRecord &keyword : *keywords)
-            m_keyword->addItem(keyword.term, keyword.number);
-    }
-    const int kept = hadSelection ? m_keyword->findData(current) : -1;
+    const int kept = refillKeepingSelection(m_keyword, *keywords, [](const KeywordFolderRecord &k) {
+        return std::pair(k.term, k.number);
+    });
     if (kept >= 0) {
-        m_keyword->setCurrentIndex(kept);
         refreshIndex();
     } else if (m_keyword->count() > 0) {
         m_keyword->setCurrentIndex(0);

@@ -15,7 +15,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QSignalSpy>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -198,10 +197,14 @@ TEST_F(ViewerTest, HarvestShowsUpAtOnceAndTheStoredPageKeepsItsDate)
     harvest(QStringLiteral("Birds"), {QStringLiteral("crow")}, {2});
     MessageCapture messages;
     ViewerWindow viewer;
-    QSignalSpy loaded(viewer.pageView(), &PageView::loadFinished);
+    // The stored page's own load leaves its date on show; the next load (a link followed
+    // inside the page) is another page.
+    auto *createdOn = child<QLabel>(viewer, "lblCreatedOn");
     click(viewer, "cmdNext");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !loaded.isEmpty(); }, 20000));
-    EXPECT_FALSE(child<QLabel>(viewer, "lblCreatedOn")->isHidden());
+    emit viewer.pageView()->loadStarted();
+    EXPECT_FALSE(createdOn->isHidden());
+    emit viewer.pageView()->loadStarted();
+    EXPECT_TRUE(createdOn->isHidden());
 
     // A harvest elsewhere adds a knowledge base; the viewer lists it without leaving the page
     // it shows.

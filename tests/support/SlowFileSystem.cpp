@@ -28,10 +28,16 @@ void pauseAfter(const char *path)
     nanosleep(&pause, nullptr);
 }
 
-template <typename Function>
-Function real(const char *name)
+// Calls the next definition of the function (the C library's), then pauses when it worked.
+template <typename... Args>
+int passOn(const char *function, const char *pausePath, Args... args)
 {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+    using Next = int (*)(Args...);
+    const auto next = reinterpret_cast<Next>(dlsym(RTLD_NEXT, function));
+    const int result = next(args...);
+    if (result == 0)
+        pauseAfter(pausePath);
+    return result;
 }
 
 } // namespace
@@ -40,49 +46,28 @@ extern "C" {
 
 int mkdir(const char *path, mode_t mode)
 {
-    static const auto next = real<int (*)(const char *, mode_t)>("mkdir");
-    const int result = next(path, mode);
-    if (result == 0)
-        pauseAfter(path);
-    return result;
+    return passOn("mkdir", path, path, mode);
 }
 
 int rename(const char *from, const char *to)
 {
-    static const auto next = real<int (*)(const char *, const char *)>("rename");
-    const int result = next(from, to);
-    if (result == 0)
-        pauseAfter(to);
-    return result;
+    return passOn("rename", to, from, to);
 }
 
 int renameat2(int fromDir, const char *from, int toDir, const char *to, unsigned int flags)
 {
-    static const auto next =
-        real<int (*)(int, const char *, int, const char *, unsigned int)>("renameat2");
-    const int result = next(fromDir, from, toDir, to, flags);
-    if (result == 0)
-        pauseAfter(to);
-    return result;
+    return passOn("renameat2", to, fromDir, from, toDir, to, flags);
 }
 
 // Qt gives a page written through an unnamed temporary file its name with linkat.
 int linkat(int fromDir, const char *from, int toDir, const char *to, int flags)
 {
-    static const auto next = real<int (*)(int, const char *, int, const char *, int)>("linkat");
-    const int result = next(fromDir, from, toDir, to, flags);
-    if (result == 0)
-        pauseAfter(to);
-    return result;
+    return passOn("linkat", to, fromDir, from, toDir, to, flags);
 }
 
 int link(const char *from, const char *to)
 {
-    static const auto next = real<int (*)(const char *, const char *)>("link");
-    const int result = next(from, to);
-    if (result == 0)
-        pauseAfter(to);
-    return result;
+    return passOn("link", to, from, to);
 }
 
 } // extern "C"

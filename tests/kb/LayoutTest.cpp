@@ -1,8 +1,5 @@
-#include "support/TestSupport.h"
-
 #include "kb/Deletion.h"
 #include "kb/KnowledgeBaseLayout.h"
-#include "kb/ScrambleLine.h"
 
 #include <QDir>
 
@@ -53,19 +50,6 @@ TEST(KnowledgeBaseLayout, PathsFromRecordsStayInsideTheirKnowledgeBase)
                                 QStringLiteral("a/b"), QStringLiteral("a\\b"), QStringLiteral(" ")})
         EXPECT_FALSE(keywordFolder(*folder, term)) << term.toStdString();
     EXPECT_FALSE(keywordFolder(QString(), QStringLiteral("Tools")));
-}
-
-TEST(KnowledgeBaseLayout, HighestPageNumberCountsIndexRowsAndPageFiles)
-{
-    test::TempDataFolder home;
-    const QString folder = home.file(QStringLiteral("Term"));
-    EXPECT_EQ(highestPageNumber(folder).value(), 0);
-    test::writeFile(folder + QStringLiteral("/index.qdx"),
-                    encodeRecord(u"4##a").value() + "\r\n" + encodeRecord(u"x##b").value());
-    EXPECT_EQ(highestPageNumber(folder).value(), 4);
-    test::writeFile(folder + QStringLiteral("/9.htm"), "orphan of a crash");
-    test::writeFile(folder + QStringLiteral("/99.txt"), "not a page");
-    EXPECT_EQ(highestPageNumber(folder).value(), 9);
 }
 
 TEST(PageDeletion, LastPageTakesItsKeywordOrOffersTheKnowledgeBase)

@@ -60,19 +60,26 @@ Result<void> checkFolderName(QStringView name, const QString &what)
 
 QString safeFileName(QStringView name)
 {
+    const auto chopTrailingDotsAndSpaces = [](QString &text) {
+        while (text.endsWith(QLatin1Char('.')) || text.endsWith(QLatin1Char(' ')))
+            text.chop(1);
+    };
     QString safe;
     safe.reserve(std::min(name.size(), kMaxNameLength));
     for (const QChar ch : name.left(kMaxNameLength))
         safe += forbiddenInFileName(ch) ? QLatin1Char('_') : ch;
-    while (safe.endsWith(QLatin1Char('.')) || safe.endsWith(QLatin1Char(' ')))
-        safe.chop(1);
+    chopTrailingDotsAndSpaces(safe);
     // Leading dots would hide the shortcut on Linux.
     while (safe.startsWith(QLatin1Char('.')))
         safe.remove(0, 1);
     if (safe.isEmpty())
         return QStringLiteral("site");
-    if (isReservedDeviceName(safe))
+    if (isReservedDeviceName(safe)) {
+        // The "_" in front must not push a name of full length over the limit.
         safe.prepend(QLatin1Char('_'));
+        safe.truncate(kMaxNameLength);
+        chopTrailingDotsAndSpaces(safe);
+    }
     return safe;
 }
 

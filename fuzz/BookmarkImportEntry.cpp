@@ -11,8 +11,9 @@
 
 using namespace corvane;
 
-// The count reported is the count listed; only absolute web addresses are listed, lower-cased,
-// each taken from the file's own text, at most one per link marker; the queues stay empty.
+// The count reported is the count listed; only absolute web addresses of a length a link may
+// have are listed, lower-cased, each taken from the file's own text, at most one per link
+// marker; the queues stay empty.
 CORVANE_FUZZ_TARGET(bookmark_import)
 {
     static QTemporaryDir folder;
@@ -36,6 +37,7 @@ CORVANE_FUZZ_TARGET(bookmark_import)
         for (const QString &link : ctx.lstURLList.texts()) {
             CORVANE_EXPECT(link_rules::startsWithWebScheme(link, profile));
             CORVANE_EXPECT(link == link.toLower() && text.contains(link));
+            CORVANE_EXPECT(link.size() <= link_rules::kMaxLinkLength);
             CORVANE_EXPECT(!link.contains(QLatin1Char('+')) && !link.contains(u"mailto:"));
         }
     }

@@ -52,19 +52,18 @@ bool unique(const QStringList &links)
 
 } // namespace
 
-// Every queued link is non-empty, listed once and no longer than the page address plus the
-// page; there are no more links than link markers in the page; links with "@" (and, where the
-// rules filter them, links to excluded domains) stay off the queues; the values the crawl
-// reads back are consistent.
+// Every queued link is non-empty, listed once and no longer than any link may be (a long page
+// address is not repeated for each of a page's links); there are no more links than link markers in
+// the page; links with "@" (and, where the rules filter them, links to excluded domains) stay off
+// the queues; the values the crawl reads back are consistent.
 CORVANE_FUZZ_TARGET(page_links)
 {
     const Page page = pageOf(input);
     const qsizetype hrefs = page.content.count(QLatin1String("href="), Qt::CaseInsensitive);
-    const qsizetype longest = page.base.size() + page.content.size() + 1;
     const auto bounded = [&](const QStringList &links) {
         bool ok = links.size() <= hrefs && unique(links);
         for (const QString &link : links)
-            ok = ok && !trimBlanks(link).isEmpty() && link.size() <= longest;
+            ok = ok && !trimBlanks(link).isEmpty() && link.size() <= kMaxLinkLength;
         return ok;
     };
     const auto unblocked = [](const QStringList &links) {

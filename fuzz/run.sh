@@ -30,6 +30,8 @@ options=(-max_total_time="$seconds" -max_len="$max_len" -timeout=10 -rss_limit_m
 # Record files are rewritten through fsync'ed temporary files; on a memory file system the
 # targets' temporary folders cost no disk round trips.
 [ -z "${TMPDIR:-}" ] && [ -w /dev/shm ] && export TMPDIR=/dev/shm
-export ASAN_OPTIONS=${ASAN_OPTIONS:-quarantine_size_mb=16:detect_leaks=1}
-export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+# Appended, so they win over options a caller set for the other tests (leaks are wanted here:
+# memory kept after each input is memory a long run runs out of).
+export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}quarantine_size_mb=16:detect_leaks=1"
+export UBSAN_OPTIONS="${UBSAN_OPTIONS:+$UBSAN_OPTIONS:}print_stacktrace=1:halt_on_error=1"
 exec "$fuzzer" "${options[@]}" "$@" "${inputs[@]}"

@@ -6,9 +6,6 @@
 #include "analysis/LinkRules.h"
 #include "exchange/BookmarkImport.h"
 
-#include <QFile>
-#include <QTemporaryDir>
-
 using namespace corvane;
 
 // The count reported is the count listed; only absolute web addresses of a length a link may
@@ -16,13 +13,9 @@ using namespace corvane;
 // marker; the queues stay empty.
 CORVANE_FUZZ_TARGET(bookmark_import)
 {
-    static QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("bookmarks.html"));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+    const QString path = fuzz::inputFile(input, QStringLiteral("bookmarks.html"));
+    if (path.isEmpty())
         return;
-    file.write(input.data(), input.size());
-    file.close();
 
     const QString text = ReadWholeFile(path).toLower();
     const qsizetype hrefs = text.count(QLatin1String("href="));

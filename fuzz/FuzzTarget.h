@@ -39,6 +39,13 @@ struct Target
 std::vector<Target> &targets();
 bool registerTarget(const char *name, Entry entry);
 
+// Replaces the file's content by bytes; false when it cannot be written.
+bool writeFile(const QString &path, QByteArrayView bytes);
+
+// For readers that take a path: the input as the file `name` in a temporary folder that lasts
+// as long as the program. Empty when it cannot be written.
+QString inputFile(QByteArrayView input, const QString &name);
+
 } // namespace corvane::fuzz
 
 // Defines the entry of target NAME and registers it; the body sees `input` and `findings`.

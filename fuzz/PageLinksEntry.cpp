@@ -105,7 +105,8 @@ CORVANE_FUZZ_TARGET(page_links)
         CORVANE_EXPECT(!searchEngine || bounded(links));
         CORVANE_EXPECT(unblocked(links));
         for (const QString &link : links) {
-            CORVANE_EXPECT(startsWithWebScheme(link, page.profile) && link == link.toLower());
+            CORVANE_EXPECT(startsWithWebScheme(link, page.profile) && link == link.toLower() &&
+                           link.size() <= kMaxLinkLength);
             CORVANE_EXPECT(!link.contains(QLatin1Char('+')) && !link.contains(u"mailto:"));
         }
     }

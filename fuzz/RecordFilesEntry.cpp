@@ -25,18 +25,6 @@ namespace {
 constexpr int kRowsRead = 16;
 constexpr int kRowsDeleted = 6;
 
-void write(const QString &path, QByteArrayView bytes)
-{
-    QFile file(path);
-    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        file.write(bytes.data(), bytes.size());
-}
-
-bool exists(const QString &path)
-{
-    return QFile::exists(path);
-}
-
 // The data folder, a knowledge base with one keyword folder, and a page beside that folder
 // that no edit of the index may remove.
 struct Store
@@ -45,7 +33,7 @@ struct Store
     {
         DataFolder::setRoot(home.path());
         QDir().mkpath(keywordFolder);
-        write(outsidePage, "outside");
+        fuzz::writeFile(outsidePage, "outside");
     }
     QTemporaryDir home;
     const QString keywordFolder = home.filePath(QStringLiteral("KB/base/Term"));
@@ -67,11 +55,11 @@ CORVANE_FUZZ_TARGET(record_files)
                                     CatalogueFiles::keywords(), CatalogueFiles::kbMailGroups(),
                                     CatalogueFiles::kbKeywords()};
     for (const QString &path : catalogues)
-        write(path, input);
+        fuzz::writeFile(path, input);
     QDir(store.keywordFolder).removeRecursively();
     QDir().mkpath(store.keywordFolder);
-    write(store.index, input);
-    write(store.keywordFolder + QStringLiteral("/7.htm"), "page seven");
+    fuzz::writeFile(store.index, input);
+    fuzz::writeFile(store.keywordFolder + QStringLiteral("/7.htm"), "page seven");
 
     const QList<QByteArray> lines = RecordFile::splitLines(input.toByteArray());
     const Result<QList<RecordFile::Line>> records = RecordFile::readRecords(store.index);
@@ -153,13 +141,13 @@ CORVANE_FUZZ_TARGET(record_files)
         CORVANE_EXPECT(cursor.RowCount() == rows + 1);
         CORVANE_EXPECT(cursor.GetDataFromRow(1).value() == inserted);
         CORVANE_EXPECT(cursor.DeleteRow(1));
-        CORVANE_EXPECT(!exists(store.keywordFolder + QStringLiteral("/7.htm")));
+        CORVANE_EXPECT(!QFile::exists(store.keywordFolder + QStringLiteral("/7.htm")));
         CORVANE_EXPECT(RecordFile::readLines(store.index).value() == lines);
     }
     for (int i = 0; i < kRowsDeleted && cursor.RowCount() > 0; ++i)
         (void)cursor.DeleteRow(cursor.RowCount() - i % 2);
     setFolderRemover({});
-    CORVANE_EXPECT(exists(store.outsidePage));
+    CORVANE_EXPECT(QFile::exists(store.outsidePage));
     for (const QString &folder : removedFolders)
         CORVANE_EXPECT(QDir(folder) == QDir(store.keywordFolder));
 }

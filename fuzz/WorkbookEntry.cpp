@@ -5,9 +5,6 @@
 
 #include "scan/ReadWorkbook.h"
 
-#include <QFile>
-#include <QTemporaryDir>
-
 using namespace corvane;
 
 // Reading ends in leads or in a message; every lead holds an "@". From a text sheet, whose
@@ -15,13 +12,9 @@ using namespace corvane;
 // than the file has.
 CORVANE_FUZZ_TARGET(workbook)
 {
-    static QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("sheet.csv"));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
+    const QString path = fuzz::inputFile(input, QStringLiteral("sheet.csv"));
+    if (path.isEmpty())
         return;
-    file.write(input.data(), input.size());
-    file.close();
 
     const Result<QStringList> leads = ReadWorkbook(path);
     if (!leads) {

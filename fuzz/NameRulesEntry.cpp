@@ -10,7 +10,7 @@ using namespace corvane;
 
 // A title is the text between the first title tags and no longer than the page; a site holds
 // no "/"; a safe file name is a non-empty plain name of at most 200 characters that the folder
-// name rule accepts whenever its characters can be stored at all, and a name the rule accepts
+// name rule accepts whenever it can stand in a record, and a name the rule accepts
 // is already safe unless it would be hidden.
 CORVANE_FUZZ_TARGET(name_rules)
 {
@@ -34,7 +34,7 @@ CORVANE_FUZZ_TARGET(name_rules)
                    !safe.endsWith(QLatin1Char(' ')));
     for (const QChar ch : safe)
         CORVANE_EXPECT(ch.unicode() >= 0x20 && !QStringView(u"<>:\"/\\|?*").contains(ch));
-    if (checkStorableText(safe, QStringLiteral("Name")))
+    if (checkRecordText(safe, QStringLiteral("Name")))
         CORVANE_EXPECT(checkFolderName(safe, QStringLiteral("Name")));
     if (checkFolderName(text, QStringLiteral("Name")) && !text.startsWith(QLatin1Char('.')))
         CORVANE_EXPECT(safe == text);

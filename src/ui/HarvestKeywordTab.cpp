@@ -142,13 +142,8 @@ void HarvestKeywordTab::addKeyword()
     }
     InputOperations ops;
     ops.set(InputMode::AddKeyword, [this, number = group->group](const QString &text) {
-        Result<std::optional<CatalogueEntry>> added = m_keywords.AddKeyword(text, number);
-        if (!added) {
-            showErrorReport(this, QStringLiteral("cmdAddKey->"), added.message());
-            return;
-        }
-        if (*added)
-            m_job.keywords.append(JobListEntry{(*added)->text, (*added)->number, {}, true});
+        listAddedEntry(this, m_job.keywords, m_keywords.AddKeyword(text, number),
+                       QStringLiteral("cmdAddKey->"));
     });
     askInput(this, InputMode::AddKeyword, ops);
 }

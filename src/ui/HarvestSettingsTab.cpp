@@ -255,13 +255,8 @@ void HarvestSettingsTab::addTaxonomy()
 {
     InputOperations ops;
     ops.set(InputMode::AddTaxonomy, [this](const QString &text) {
-        Result<std::optional<CatalogueEntry>> added = m_taxonomy.AddTaxonomy(text);
-        if (!added) {
-            showErrorReport(this, QStringLiteral("cmdAddTax->"), added.message());
-            return;
-        }
-        if (*added)
-            m_job.taxonomy.append(JobListEntry{(*added)->text, (*added)->number, {}, true});
+        listAddedEntry(this, m_job.taxonomy, m_taxonomy.AddTaxonomy(text),
+                       QStringLiteral("cmdAddTax->"));
     });
     askInput(this, InputMode::AddTaxonomy, ops);
 }

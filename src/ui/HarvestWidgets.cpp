@@ -1,6 +1,8 @@
 #include "ui/HarvestWidgets.h"
 
+#include "engine/JobList.h"
 #include "ui/HelpWindow.h"
+#include "ui/MessageDialog.h"
 
 #include <QHBoxLayout>
 
@@ -56,6 +58,17 @@ QPushButton *helpButton(QWidget *parent, int index)
                              parent);
     });
     return help;
+}
+
+void listAddedEntry(QWidget *parent, JobList &list,
+                    const Result<std::optional<CatalogueEntry>> &added, const QString &label)
+{
+    if (!added) {
+        showErrorReport(parent, label, added.message());
+        return;
+    }
+    if (*added)
+        list.append(JobListEntry{(*added)->text, (*added)->number, {}, true});
 }
 
 QHBoxLayout *nextRow(QPushButton *help, QPushButton *next)

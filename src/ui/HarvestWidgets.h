@@ -1,5 +1,8 @@
 #pragma once
 
+#include "common/Result.h"
+#include "kb/Catalogues.h"
+
 #include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
@@ -8,6 +11,10 @@
 #include <QVBoxLayout>
 
 #include <initializer_list>
+
+namespace corvane {
+class JobList;
+}
 
 namespace corvane::harvest_widgets {
 
@@ -32,6 +39,11 @@ QVBoxLayout *buttonColumn(std::initializer_list<QPushButton *> buttons);
 
 // The help button of a tab: its index picks the help page's anchor.
 QPushButton *helpButton(QWidget *parent, int index);
+
+// Lists a catalogue entry the user has just added, selected; a failure is shown as the error
+// report of label.
+void listAddedEntry(QWidget *parent, JobList &list,
+                    const Result<std::optional<CatalogueEntry>> &added, const QString &label);
 
 // The "Next >>" button of a tab with its help button, in one row.
 QHBoxLayout *nextRow(QPushButton *help, QPushButton *next);

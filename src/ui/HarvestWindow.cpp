@@ -100,7 +100,14 @@ HarvestWindow::HarvestWindow(QWidget *parent)
     resize(860, 640); // fits a 1366x768 screen; the lists take any height it is given
 }
 
-HarvestWindow::~HarvestWindow() = default;
+HarvestWindow::~HarvestWindow()
+{
+    m_session.crawl().Stop();
+    m_session.downloader().cancelAll();
+    // The tabs and the question show the job and the session: they go before them.
+    delete m_resumeDialog;
+    delete m_tabs;
+}
 
 void HarvestWindow::setImportRunner(std::function<void(HarvestJob &job)> runner)
 {

@@ -140,33 +140,13 @@ TEST(CrawlRun, StopThenStartResumesWithQueuesCountersAndAnImmediateStep)
     EXPECT_EQ(rig.searchList.filterReads, 1); // a resume loads nothing afresh
 }
 
-TEST(CrawlRun, LimitEndsTheRunAndLeavesStartDisabled)
-{
-    CrawlRig rig;
-    rig.job.maxPages = QStringLiteral("3");
-    rig.job.searchType = SearchType::UrlList;
-    rig.analysis.linkQueue = {QStringLiteral("http://l/1"), QStringLiteral("http://l/2"),
-                              QStringLiteral("http://l/3")};
-    QStringList finished;
-    CrawlController &crawl = rig.crawl();
-    QObject::connect(&crawl, &CrawlController::finished, &crawl,
-                     [&](const QString &t) { finished << t; });
-    rig.start();
-    rig.timers.advance(1000);
-    EXPECT_EQ(finished,
-              QStringList{QStringLiteral("Corvane has scanned specified number of pages.")});
-    EXPECT_EQ(rig.messages, finished);
-    EXPECT_EQ(rig.crawl().state(), CrawlState::EndedByLimit);
-    EXPECT_FALSE(rig.crawl().monitor().isActive());
-    EXPECT_FALSE(rig.crawl().crawlTimerRunning());
-    rig.timers.advance(600000);
-    EXPECT_EQ(rig.crawl().monitor().clock().seconds, 0); // the limit tick does not count
-}
-
-TEST(CrawlRun, LimitsChangedMidRunCountFromTheNextTick)
+TEST(CrawlRun, LimitsChangedMidRunCountFromTheNextTickAndEndTheRunForGood)
 {
     CrawlRig rig;
     rig.job.stopAfter = QStringLiteral("1");
+    QStringList finished;
+    QObject::connect(&rig.crawl(), &CrawlController::finished, &rig.crawl(),
+                     [&](const QString &t) { finished << t; });
     rig.startUrlList(1000);
     rig.timers.advance(50000);
     rig.job.stopAfter = QStringLiteral("2"); // raised: the run goes past its first minute
@@ -176,6 +156,12 @@ TEST(CrawlRun, LimitsChangedMidRunCountFromTheNextTick)
     rig.timers.advance(1000);
     EXPECT_EQ(rig.crawl().state(), CrawlState::EndedByLimit);
     EXPECT_EQ(rig.messages, QStringList{RunMessages::PageLimit});
+    EXPECT_EQ(finished, rig.messages);
+    EXPECT_FALSE(rig.crawl().monitor().isActive());
+    EXPECT_FALSE(rig.crawl().crawlTimerRunning());
+    const RunClock clock = rig.crawl().monitor().clock();
+    rig.timers.advance(600000);
+    EXPECT_EQ(rig.crawl().monitor().clock().seconds, clock.seconds); // nothing ticks after
 }
 
 TEST(CrawlRun, ClassicCadenceIsOneStepPerTimeoutPlusOneAndAHalfSeconds)

@@ -107,20 +107,14 @@ TEST(HarvestEndToEnd, BadFlagsAreRefusedWithTheJobsMessages)
         {{"--engine", "Bing"}, "Please select desired keywords under keyword tab."},
         {{"--demo", "--exclude-type", "info", "--include-type", "sales"},
          "--exclude-type and --include-type cannot be combined"},
-        {{"--url", "http://127.0.0.1:9/", "--pages", "99999999999"},
-         "--pages: \"99999999999\" is out of range (-2147483648 to 2147483647)."},
-        {{"--url", "http://127.0.0.1:9/", "--kb", "kb", "--kb-name", "a:b", "--taxonomy", "T"},
-         nullptr},
     };
     for (const auto &[args, message] : cases) {
         QByteArray err;
         EXPECT_EQ(runProgram(QStringLiteral("corvane-cli"),
                              QStringList{"--home", home.path(), "harvest"} + args, nullptr, &err),
                   2);
-        if (message) {
-            EXPECT_EQ(QString::fromUtf8(err).trimmed(),
-                      QStringLiteral("corvane-cli: ") + QLatin1String(message));
-        }
+        EXPECT_EQ(QString::fromUtf8(err).trimmed(),
+                  QStringLiteral("corvane-cli: ") + QLatin1String(message));
     }
 }
 

@@ -57,31 +57,6 @@ void expectFaultOrder(const std::function<void(HarvestJob &)> &prepare,
 
 } // namespace
 
-TEST(HarvestJob, DefaultJobPassesAndCapturesTheDefaults)
-{
-    HarvestJob job;
-    complete(job);
-    const JobCheck check = validateStart(job);
-    ASSERT_TRUE(check.passed()) << check.message.toStdString();
-    EXPECT_EQ(check.tab, WizardTab::Result);
-    ASSERT_TRUE(check.captured.has_value());
-    const CapturedJobValues &v = *check.captured;
-    EXPECT_EQ(v.pageTimeoutSeconds, 30);
-    EXPECT_EQ(v.pageTimeoutMs(), 30000);
-    EXPECT_EQ(v.maxPages, 100000);
-    EXPECT_EQ(v.maxLeads, 10000);
-    EXPECT_EQ(v.stopAfter, QStringLiteral("60"));
-    EXPECT_EQ(v.proxyType, QStringLiteral("Normal Proxy"));
-    EXPECT_EQ(v.proxyHost, QStringLiteral("10.0.0.1"));
-    EXPECT_EQ(v.proxyPort, 80);
-    EXPECT_EQ(v.proxyUserName, QStringLiteral("Administrator"));
-    EXPECT_EQ(v.proxyPassword, QStringLiteral("guestuser"));
-    EXPECT_FALSE(v.remoteDns);
-    // The drop-down's start-up choice must be one it offers.
-    EXPECT_TRUE(HarvestJob::pageTimeoutChoices().contains(job.pageTimeout));
-    EXPECT_TRUE(HarvestJob::proxyTypeChoices().contains(job.proxyType));
-}
-
 TEST(HarvestJobNext1, EachSourceNeedsItsSelectionAndPicksTheNextTab)
 {
     HarvestJob job;

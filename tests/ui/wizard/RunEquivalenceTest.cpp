@@ -146,12 +146,16 @@ TEST(RunEquivalence, CommandLineRefusalsNameFlags)
     test::TempDataFolder home;
     const auto refusal = [](const QStringList &args) {
         const auto run = runFromFlags(args);
-        return std::holds_alternative<cli::HarvestSetupError>(run)
-                   ? std::get<cli::HarvestSetupError>(run).message
-                   : QString();
+        const auto *error = std::get_if<cli::HarvestSetupError>(&run);
+        return error && error->exitCode == 2 ? error->message : QString();
     };
-    EXPECT_EQ(refusal({"--url", "http://x/", "--exclude-type", "a", "--include-type", "b"}),
-              QStringLiteral("--exclude-type and --include-type cannot be combined"));
+    EXPECT_EQ(refusal({"--url", "http://x/", "--pages", "99999999999"}),
+              QStringLiteral("--pages: \"99999999999\" is out of range (-2147483648 to "
+                             "2147483647)."));
+    // A name the disk would refuse is a wrong call too.
+    EXPECT_FALSE(
+        refusal({"--url", "http://x/", "--kb", "kb", "--kb-name", "a:b", "--taxonomy", "T"})
+            .isEmpty());
     EXPECT_TRUE(refusal({"--url", "http://x/", "--proxy", "socks5://127.0.0.1:70000"})
                     .startsWith(QLatin1String("--proxy ")));
     EXPECT_EQ(refusal({"--url", "http://x/", "--probe", "http://"}),

@@ -132,21 +132,6 @@ TEST_F(WizardTest, NextButtonsCheckInOrderAndStayOnAFailedTab)
     EXPECT_FALSE(window.crawl().isRunning());
 }
 
-TEST_F(WizardTest, AddKeywordForANewMailGroupNeedsItsName)
-{
-    MessageCapture messages;
-    bool asked = false;
-    setInputHook([&](InputMode) -> std::optional<QString> {
-        asked = true;
-        return std::nullopt;
-    });
-    QTest::mouseClick(child<QRadioButton>("optSearch0"), Qt::LeftButton);
-    click("cmdAddKey");
-    setInputHook({});
-    EXPECT_EQ(messages.messages().last(), QStringLiteral("Please enter Mail Group name"));
-    EXPECT_FALSE(asked);
-}
-
 TEST_F(WizardTest, DeleteMailGroupOpensOnTheSelectedGroupAndReloadsTheList)
 {
     MailGroupCatalogue groups;

@@ -106,6 +106,7 @@ HarvestWindow::~HarvestWindow()
     m_session.downloader().cancelAll();
     // The tabs and the question show the job and the session: they go before them.
     delete m_resumeDialog;
+    m_tabs->tabBar()->removeEventFilter(this);
     delete m_tabs;
 }
 

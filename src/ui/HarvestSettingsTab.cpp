@@ -194,9 +194,9 @@ QWidget *HarvestSettingsTab::buildDefinition()
 
 void HarvestSettingsTab::showSearchType(SearchType type)
 {
-    m_searchEngines = type == SearchType::SearchEngines;
-    m_favoritesBox->setEnabled(m_searchEngines);
-    const bool taxonomy = m_searchEngines && m_job.buildKnowledgeBase;
+    const bool searchEngines = type == SearchType::SearchEngines;
+    m_favoritesBox->setEnabled(searchEngines);
+    const bool taxonomy = searchEngines && m_job.buildKnowledgeBase;
     m_taxonomyView->setEnabled(taxonomy);
     m_addTaxonomyButton->setEnabled(taxonomy);
     m_deleteTaxonomyButton->setEnabled(taxonomy);

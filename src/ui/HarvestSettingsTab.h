@@ -44,7 +44,6 @@ private:
     HarvestJob &m_job;
     TaxonomyCatalogue m_taxonomy;
     MailGroupCatalogue m_mailGroups;
-    bool m_searchEngines = true;
 
     QComboBox *m_stopAfterBox = nullptr;
     QComboBox *m_maxPagesBox = nullptr;

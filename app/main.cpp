@@ -10,6 +10,7 @@
 #include "ui/LeadsScanWindow.h"
 #include "ui/LeadsVerifierWindow.h"
 #include "ui/VCardExportWindow.h"
+#include "viewer/PageView.h"
 #include "viewer/ViewerWindow.h"
 
 #include <QApplication>
@@ -50,6 +51,7 @@ int main(int argc, char *argv[])
 {
     // The web views of the viewer and help window share one GL context set-up.
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    PageView::restrictEngine();
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Corvane"));
     QApplication::setOrganizationName(QStringLiteral("Corvane"));

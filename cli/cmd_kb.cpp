@@ -8,6 +8,7 @@
 
 #include "common/DataFolder.h"
 #include "kb/KnowledgeBaseCatalogue.h"
+#include "kb/KnowledgeBaseLayout.h"
 #include "kb/RecordCursor.h"
 #include "kb/ScrambleLine.h"
 
@@ -21,11 +22,6 @@ namespace {
 
 const QString kUsage =
     QStringLiteral("usage: corvane-cli kb list | kb show NAME | kb pages NAME TERM");
-
-QString keywordFolderOf(const KnowledgeBaseRecord &base, const QString &term)
-{
-    return QDir(base.folder.trimmed()).filePath(term);
-}
 
 Result<KnowledgeBaseRecord> knowledgeBaseNamed(const QString &name)
 {
@@ -55,6 +51,7 @@ int list()
 struct KnowledgeBaseTerms
 {
     KnowledgeBaseRecord base;
+    QString folder; // checked to be the knowledge base's own
     QList<KeywordFolderRecord> folders;
 };
 
@@ -64,29 +61,36 @@ Result<KnowledgeBaseTerms> knowledgeBaseWithTerms(const QString &name)
     Result<KnowledgeBaseRecord> base = knowledgeBaseNamed(name);
     if (!base)
         return base.error();
+    Result<QString> folder = KnowledgeBaseLayout::knowledgeBaseFolder(*base);
+    if (!folder)
+        return folder.error();
     Result<QList<KeywordFolderRecord>> folders =
         KnowledgeBaseCatalogue::keywordFoldersOf(base->number);
     if (!folders)
         return folders.error();
-    return KnowledgeBaseTerms{std::move(base).value(), std::move(folders).value()};
+    return KnowledgeBaseTerms{std::move(base).value(), std::move(folder).value(),
+                              std::move(folders).value()};
 }
+
+const QString kIndex = QLatin1String(KnowledgeBaseLayout::kIndexFileName);
 
 int show(const QString &name)
 {
     Result<KnowledgeBaseTerms> found = knowledgeBaseWithTerms(name);
     if (!found)
         return failure(found.message());
-    const KnowledgeBaseRecord &base = found->base;
-    const QList<KeywordFolderRecord> &folders = found->folders;
     QString text;
-    for (const KeywordFolderRecord &folder : folders) {
+    for (const KeywordFolderRecord &term : std::as_const(found->folders)) {
+        Result<QString> folder = KnowledgeBaseLayout::keywordFolder(found->folder, term.term);
+        if (!folder) {
+            writeErr(QStringLiteral("corvane-cli: %1\n").arg(folder.message()));
+            continue;
+        }
         RecordCursor index;
-        if (Result<void> opened =
-                index.OpenFile(keywordFolderOf(base, folder.term), QStringLiteral("index.qdx"));
-            !opened)
+        if (Result<void> opened = index.OpenFile(*folder, kIndex); !opened)
             return failure(opened.message());
         text +=
-            QStringLiteral("%1\t%2\n").arg(folder.term).arg(index.isBound() ? index.RowCount() : 0);
+            QStringLiteral("%1\t%2\n").arg(term.term).arg(index.isBound() ? index.RowCount() : 0);
     }
     writeOut(text);
     return kExitOk;
@@ -97,7 +101,6 @@ int pages(const QString &name, const QString &term)
     Result<KnowledgeBaseTerms> found = knowledgeBaseWithTerms(name);
     if (!found)
         return failure(found.message());
-    const KnowledgeBaseRecord &base = found->base;
     const QList<KeywordFolderRecord> &folders = found->folders;
     const bool known =
         std::any_of(folders.begin(), folders.end(),
@@ -105,27 +108,31 @@ int pages(const QString &name, const QString &term)
     if (!known)
         return failure(
             QStringLiteral("knowledge base \"%1\" has no taxonomy term \"%2\"").arg(name, term));
+    Result<QString> folder = KnowledgeBaseLayout::keywordFolder(found->folder, term);
+    if (!folder)
+        return failure(folder.message());
 
-    const QString folder = keywordFolderOf(base, term);
     RecordCursor index;
-    if (Result<void> opened = index.OpenFile(folder, QStringLiteral("index.qdx")); !opened)
+    if (Result<void> opened = index.OpenFile(*folder, kIndex); !opened)
         return failure(opened.message());
     QString text;
     for (int row = 1; index.isBound() && row <= index.RowCount(); ++row) {
         Result<QString> stored = index.GetDataFromRow(row);
-        Result<QString> record = stored ? ScrambleLine(QStringView(*stored)) : stored;
-        const qsizetype split = record ? record->indexOf(QLatin1String("##")) : -1;
-        if (split < 0) {
-            writeErr(QStringLiteral("corvane-cli: %1 row %2 is damaged and was skipped\n")
+        Result<QString> decoded = stored ? ScrambleLine(QStringView(*stored)) : stored;
+        using Record = Result<KnowledgeBaseLayout::IndexRecord>;
+        const Record record =
+            decoded ? KnowledgeBaseLayout::parseIndexRecord(*decoded) : Record(decoded.error());
+        if (!record) {
+            writeErr(QStringLiteral("corvane-cli: %1 row %2 is damaged (%3) and was skipped\n")
                          .arg(QDir::toNativeSeparators(index.folder() + index.fileName()))
-                         .arg(row));
+                         .arg(row)
+                         .arg(record.message()));
             continue;
         }
-        const QString page = record->left(split);
         text += QStringLiteral("%1\t%2\t%3\n")
-                    .arg(page, record->mid(split + 2),
-                         QDir::toNativeSeparators(
-                             QDir(folder).filePath(page + QStringLiteral(".htm"))));
+                    .arg(record->page)
+                    .arg(record->address, QDir::toNativeSeparators(KnowledgeBaseLayout::pageFile(
+                                              *folder, record->page)));
     }
     writeOut(text);
     return kExitOk;

@@ -1,6 +1,7 @@
 #include "engine/TempCleaner.h"
 
 #include "common/DataFolder.h"
+#include "common/ProgramLog.h"
 
 #include <QDir>
 #include <QFile>
@@ -95,7 +96,9 @@ QStringList TempCleaner::CleanAllPath(QString &folder) const
 QStringList TempCleaner::DeleteTempFiles() const
 {
     QString folder = DataFolder::temp();
-    return CleanAllPath(folder);
+    const QStringList messages = CleanAllPath(folder);
+    ProgramLog::write(messages);
+    return messages;
 }
 
 } // namespace corvane

@@ -27,7 +27,8 @@ public:
     // Returns those messages.
     QStringList CleanAllPath(QString &folder) const;
 
-    // CleanAllPath on Corvane's temporary folder (DataFolder::temp()).
+    // CleanAllPath on Corvane's temporary folder (DataFolder::temp()). The messages also go
+    // to the program's log (ProgramLog), whichever front end runs the clean-up.
     QStringList DeleteTempFiles() const;
 
 private:

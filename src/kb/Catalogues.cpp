@@ -202,7 +202,7 @@ Result<std::optional<CatalogueEntry>> KeywordCatalogue::AddKeyword(const QString
     const QString keyword = input.trimmed();
     if (keyword.isEmpty())
         return std::optional<CatalogueEntry>();
-    if (Result<void> storable = checkStorableText(keyword, QStringLiteral("Keyword")); !storable)
+    if (Result<void> storable = checkRecordText(keyword, QStringLiteral("Keyword")); !storable)
         return storable.error();
     if (exhausted(m_next))
         return fail(QLatin1String(kNumbersExhausted));

@@ -89,7 +89,8 @@ public:
     Result<void> LoadKeywords(qint32 mailGroup);
 
     // AddKeyword: appends "next@mailGroup@trimmed keyword" and lists it in both lists.
-    // Empty input adds nothing. Which group a keyword goes to is the window's choice (with
+    // Empty input adds nothing; a keyword the catalogue cannot hold ("@", see checkRecordText)
+    // is refused with a message. Which group a keyword goes to is the window's choice (with
     // the new-mail-group option, MailGroupCatalogue::lastAddedNumber()).
     Result<std::optional<CatalogueEntry>> AddKeyword(const QString &input, qint32 mailGroup);
 

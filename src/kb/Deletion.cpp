@@ -1,5 +1,6 @@
 #include "kb/Deletion.h"
 
+#include "kb/KnowledgeBaseLayout.h"
 #include "kb/RecordFile.h"
 #include "kb/ScrambleLine.h"
 
@@ -144,15 +145,20 @@ void deleteKnowledgeBase(const KnowledgeBaseDeletion &request, DeletionOutcome &
     }
     // The folder must be the one the catalogue records for this knowledge base, so that a
     // damaged or stale request never removes an unrelated folder.
+    QString folderProblem = QStringLiteral("The folder %1 is not the one recorded for this "
+                                           "knowledge base; it was left in place")
+                                .arg(QDir::toNativeSeparators(request.folder));
     bool folderBelongs = false;
-    for (const QByteArray &line : std::as_const(*bases)) {
-        if (firstNumber(line) != number)
+    Result<QList<KnowledgeBaseRecord>> recorded = KnowledgeBaseCatalogue::knowledgeBases();
+    for (const KnowledgeBaseRecord &record : recorded ? *recorded : QList<KnowledgeBaseRecord>()) {
+        if (record.number != number ||
+            normalisedPath(record.folder) != normalisedPath(request.folder))
             continue;
-        Result<QString> text = decodeRecord(line);
-        const QStringList fields = text ? text->split(QLatin1Char('@')) : QStringList();
-        const QString folder = fields.mid(3).join(QLatin1Char('@'));
-        folderBelongs = folderBelongs || (!folder.trimmed().isEmpty() &&
-                                          normalisedPath(folder) == normalisedPath(request.folder));
+        Result<QString> folder = KnowledgeBaseLayout::knowledgeBaseFolder(record);
+        folderBelongs = bool(folder);
+        if (!folder)
+            folderProblem = folder.message();
+        break;
     }
     removeLines(keywords.value(),
                 [&](const QByteArray &line) { return secondNumber(line) == number; });
@@ -173,9 +179,7 @@ void deleteKnowledgeBase(const KnowledgeBaseDeletion &request, DeletionOutcome &
         return;
     }
     if (!folderBelongs) {
-        outcome.problems.append(QStringLiteral("The folder %1 is not the one recorded for this "
-                                               "knowledge base; it was left in place")
-                                    .arg(QDir::toNativeSeparators(request.folder)));
+        outcome.problems.append(folderProblem);
         return;
     }
     if (Result<void> removed = DeleteKBFiles(request.folder); !removed)
@@ -194,18 +198,31 @@ Result<void> DeleteKBFiles(const QString &folder)
     return removeFolder(folder, "DeleteKBFiles->");
 }
 
-Result<void> removeKeywordFolder(qint32 keywordFolderNumber, const QString &keywordFolder)
+PageDeletion::Step PageDeletion::stepFor(int indexRows, int keywordCount)
 {
+    if (indexRows >= 2)
+        return DeleteRow{};
+    if (indexRows == 1)
+        return keywordCount >= 2 ? Step(RemoveKeyword{}) : Step(OfferKnowledgeBase{});
+    return Nothing{};
+}
+
+Result<void> removeKeywordFolder(const QString &knowledgeBaseFolder,
+                                 const KeywordFolderRecord &keyword)
+{
+    Result<QString> folder = KnowledgeBaseLayout::keywordFolder(knowledgeBaseFolder, keyword.term);
+    if (!folder)
+        return folder.error();
     Result<QList<QByteArray>> keywords = storedRecords(CatalogueFiles::kbKeywords());
     if (!keywords)
         return keywords.error();
     removeLines(keywords.value(),
-                [&](const QByteArray &line) { return firstNumber(line) == keywordFolderNumber; });
+                [&](const QByteArray &line) { return firstNumber(line) == keyword.number; });
     if (Result<void> written =
             RecordFile::rewriteStoredLines(CatalogueFiles::kbKeywords(), *keywords);
         !written)
         return written;
-    return DeleteKBFiles(keywordFolder);
+    return DeleteKBFiles(*folder);
 }
 
 DeletionOutcome carryOut(const Deletion &deletion)
@@ -293,7 +310,11 @@ Result<void> MailGroupDeletion::deleteKnowledgeBases(const QList<qint32> &knowle
     for (const KnowledgeBaseItem &item : knowledgeBases()) {
         if (!knowledgeBaseNumbers.contains(item.number))
             continue;
-        if (Result<void> removed = removeFolder(item.folder, "DelMailGroup->"); !removed)
+        Result<QString> folder = KnowledgeBaseLayout::knowledgeBaseFolder(
+            {item.number, m_selected, item.name, item.folder});
+        if (!folder)
+            return failed(folder.message());
+        if (Result<void> removed = removeFolder(*folder, "DelMailGroup->"); !removed)
             return removed;
         // Records go right after their folder, so a later failure leaves no record of a
         // knowledge base whose folder is already gone.

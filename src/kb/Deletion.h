@@ -51,7 +51,8 @@ struct KeywordDeletion
 };
 
 // One knowledge base, as the viewer lists it: its records in both knowledge-base
-// catalogues, then its folder, which must be the one the catalogue records for it.
+// catalogues, then its folder, which must be the one the catalogue records for it and a
+// knowledge-base folder by KnowledgeBaseLayout's rule.
 struct KnowledgeBaseDeletion
 {
     qint32 number = 0;
@@ -79,10 +80,33 @@ DeletionOutcome carryOut(const Deletion &deletion);
 // use, else with "DeleteKBFiles->" + description. A missing folder is no error.
 Result<void> DeleteKBFiles(const QString &folder);
 
-// The viewer's removal of a keyword whose last page was deleted: drops the KBKeyword.qdx
-// records of that keyword-folder number (other lines stay as stored), then the folder with
-// everything in it. The folder stays when the catalogue cannot be rewritten.
-Result<void> removeKeywordFolder(qint32 keywordFolderNumber, const QString &keywordFolder);
+// What "Delete Page" does with the page on show, by the rows of the keyword's index and the
+// number of keywords the knowledge base has. The last page of a keyword takes the keyword
+// folder with it; the last page of the only keyword would leave an empty knowledge base, so
+// the user is asked whether to delete the whole knowledge base instead.
+namespace PageDeletion {
+struct Nothing
+{
+};
+struct DeleteRow
+{
+};
+struct RemoveKeyword
+{
+};
+struct OfferKnowledgeBase
+{
+};
+using Step = std::variant<Nothing, DeleteRow, RemoveKeyword, OfferKnowledgeBase>;
+Step stepFor(int indexRows, int keywordCount);
+} // namespace PageDeletion
+
+// The removal of a keyword whose last page was deleted: drops the KBKeyword.qdx records of
+// that keyword-folder number (other lines stay as stored), then the keyword folder with
+// everything in it. Refused when the term does not name a folder inside the knowledge base;
+// the folder stays when the catalogue cannot be rewritten.
+Result<void> removeKeywordFolder(const QString &knowledgeBaseFolder,
+                                 const KeywordFolderRecord &keyword);
 
 // Test seam: the folder remover DeleteKBFiles uses (std::filesystem::remove_all by default).
 using FolderRemover = std::function<std::error_code(const QString &folder)>;
@@ -114,8 +138,9 @@ public:
 
     // cmdDel: deletes the chosen knowledge bases (folders, records); when the mail group has
     // none left, also the mail group and its keywords. A refused folder deletion fails with
-    // kFileInUseMessage, anything else with "DelMailGroup->" + description; the operation
-    // stops there and files rewritten before stay rewritten.
+    // kFileInUseMessage, anything else with "DelMailGroup->" + description (a record naming
+    // no knowledge-base folder included); the operation stops there and files rewritten
+    // before stay rewritten.
     Result<void> deleteKnowledgeBases(const QList<qint32> &knowledgeBaseNumbers);
 
 private:

@@ -1,6 +1,7 @@
 #include "kb/KnowledgeBaseCatalogue.h"
 
 #include "kb/Catalogues.h"
+#include "kb/NameRules.h"
 #include "kb/RecordFile.h"
 
 namespace corvane::KnowledgeBaseCatalogue {
@@ -142,6 +143,9 @@ Result<qint32> LastMailGroupNumber()
 
 Result<qint32> AddKBMailGroup(qint32 mailGroup, const QString &name, const QString &folder)
 {
+    if (Result<void> valid = checkRecordText(name.trimmed(), QStringLiteral("Knowledge-base name"));
+        !valid)
+        return valid.error();
     Result<qint32> number = NextKBNumber();
     if (!number)
         return number;
@@ -157,6 +161,9 @@ Result<qint32> AddKBMailGroup(qint32 mailGroup, const QString &name, const QStri
 
 Result<qint32> AddKBKeyword(qint32 owner, const QString &term)
 {
+    if (Result<void> valid = checkRecordText(term.trimmed(), QStringLiteral("Taxonomy term"));
+        !valid)
+        return valid.error();
     Result<qint32> number = NextKBKeywordNumber();
     if (!number)
         return number;

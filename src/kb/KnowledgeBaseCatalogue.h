@@ -51,8 +51,10 @@ Result<qint32> NextKBKeywordNumber();
 Result<qint32> LastMailGroupNumber();
 
 // Appends "NextKBNumber@mailGroup@trimmed name@trimmed folder"; returns the number given.
+// A name holding "@" would split the record and is refused (the folder is the last field).
 Result<qint32> AddKBMailGroup(qint32 mailGroup, const QString &name, const QString &folder);
-// Appends "NextKBKeywordNumber@owner@trimmed term"; returns the number given.
+// Appends "NextKBKeywordNumber@owner@trimmed term"; returns the number given. A term holding
+// "@" is refused, like every name in a catalogue.
 Result<qint32> AddKBKeyword(qint32 owner, const QString &term);
 
 } // namespace KnowledgeBaseCatalogue

@@ -3,6 +3,8 @@
 #include "common/AppSettings.h"
 #include "common/Cp1252.h"
 #include "kb/AtomicFile.h"
+#include "kb/Catalogues.h"
+#include "kb/KnowledgeBaseLayout.h"
 #include "kb/NameRules.h"
 #include "kb/RecordFile.h"
 #include "kb/ScrambleLine.h"
@@ -10,6 +12,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryFile>
 #include <QUrl>
 
 namespace corvane {
@@ -47,6 +50,23 @@ Result<void> makeFolder(const QString &path)
     return fail(QStringLiteral("Cannot create the folder %1").arg(QDir::toNativeSeparators(path)));
 }
 
+// Page files are written under a temporary name first and renamed once complete.
+const QString kTemporaryPagePattern = QStringLiteral(".page-XXXXXX.tmp");
+
+// Temporary page files a crash left behind; young ones may belong to another harvest
+// writing to the same folder at this moment.
+void removeAbandonedPageFiles(const QString &keywordFolder)
+{
+    const QDateTime abandoned = QDateTime::currentDateTime().addSecs(-600);
+    const QFileInfoList files =
+        QDir(keywordFolder)
+            .entryInfoList({QStringLiteral(".page-*.tmp")}, QDir::Files | QDir::Hidden);
+    for (const QFileInfo &file : files) {
+        if (file.lastModified() < abandoned)
+            QFile::remove(file.absoluteFilePath());
+    }
+}
+
 } // namespace
 
 QString favoritesFolder()
@@ -75,7 +95,7 @@ QString PageStore::KnowledgeBaseName()
 
 QString PageStore::knowledgeBaseFolder(const QString &name) const
 {
-    return joinPath(m_settings.root.trimmed(), name);
+    return QDir::cleanPath(QFileInfo(joinPath(m_settings.root.trimmed(), name)).absoluteFilePath());
 }
 
 Result<void> PageStore::CreateMainFolders(const QString &name)
@@ -101,7 +121,8 @@ Result<void> PageStore::CreateKeywordFolders(const QString &term)
 
 Result<void> PageStore::SaveFavorites(const QString &folder, const QString &site)
 {
-    const QString path = joinPath(folder, safeFileName(site) + QStringLiteral(".url"));
+    const QString extension = QStringLiteral(".url");
+    const QString path = joinPath(folder, safeFileName(site, extension.size()) + extension);
     if (QFileInfo::exists(path))
         return {};
     const QByteArray content = "[InternetShortcut]\r\nURL=" + toCp1252Lossy(site);
@@ -112,17 +133,22 @@ Result<void> PageStore::SaveFavorites(const QString &folder, const QString &site
 
 Result<qint32> PageStore::knowledgeBaseNumberFor(const QString &name, const QString &folder)
 {
-    if (m_kbNumber > 0 && m_kbNumberName == name)
+    if (m_kbNumber > 0 && m_kbNumberFolder == folder)
         return m_kbNumber;
-    // The folder was made before this store was (a restart within the same minute): its
-    // catalogue record, if any, still says which knowledge base it is.
-    Result<std::optional<KnowledgeBaseRecord>> known = KnowledgeBaseCatalogue::findByName(name);
+    // The folder may be older than this store (a second harvest within the same minute, a
+    // restart, a crash before its record was written): its record, if any, says which
+    // knowledge base it is. Only a record of this very folder counts; the same name below
+    // another root is another knowledge base.
+    Result<QList<KnowledgeBaseRecord>> known = KnowledgeBaseCatalogue::knowledgeBases();
     if (!known)
         return known.error();
-    if (*known) {
-        m_kbNumber = (*known)->number;
-        m_kbNumberName = name;
-        return m_kbNumber;
+    for (const KnowledgeBaseRecord &record : *known) {
+        if (record.name == name && QDir::cleanPath(record.folder.trimmed()) == folder) {
+            m_kbNumber = record.number;
+            m_kbNumberFolder = folder;
+            m_takeTimeStamp = false;
+            return m_kbNumber;
+        }
     }
     if (Result<void> created = createKnowledgeBase(name, folder); !created)
         return created.error();
@@ -140,12 +166,81 @@ Result<void> PageStore::createKnowledgeBase(const QString &name, const QString &
     if (!number)
         return number.error();
     m_kbNumber = *number;
-    m_kbNumberName = name;
+    m_kbNumberFolder = folder;
     m_takeTimeStamp = false;
     if (onKnowledgeBaseCreated)
         onKnowledgeBaseCreated(
             KnowledgeBaseRecord{m_kbNumber, m_mailGroup, name.trimmed(), folder.trimmed()});
     return {};
+}
+
+Result<void> PageStore::prepareKeywordFolder(const QString &name, const QString &kbFolder,
+                                             const QString &term, const QString &keywordFolder)
+{
+    // A folder deleted while the harvest runs (from the viewer, say) is made and recorded
+    // again rather than failing every later page.
+    if (m_readyFolders.contains(keywordFolder) && QFileInfo(keywordFolder).isDir())
+        return {};
+    m_readyFolders.remove(keywordFolder);
+    const bool favorites = m_settings.createFavorites;
+    if (!QFileInfo(kbFolder).isDir()) {
+        m_kbNumberFolder.clear();
+        if (Result<void> made = makeFolder(kbFolder); !made)
+            return made;
+    }
+    if (favorites && QFileInfo(m_favoritesRoot).fileName() != name)
+        m_problems.append(CreateMainFolders(name));
+    Result<qint32> owner = knowledgeBaseNumberFor(name, kbFolder);
+    if (!owner)
+        return owner.error();
+    if (Result<void> made = makeFolder(keywordFolder); !made)
+        return made;
+    if (favorites)
+        m_problems.append(CreateKeywordFolders(term));
+    Result<QList<KeywordFolderRecord>> recorded = KnowledgeBaseCatalogue::keywordFoldersOf(*owner);
+    if (!recorded)
+        return recorded.error();
+    // The record holds the term trimmed, as AddKBKeyword writes it.
+    const bool known =
+        std::any_of(recorded->begin(), recorded->end(),
+                    [&](const KeywordFolderRecord &r) { return r.term == term.trimmed(); });
+    if (!known) {
+        if (Result<qint32> added = KnowledgeBaseCatalogue::AddKBKeyword(*owner, term); !added)
+            return added.error();
+    }
+    Result<qint32> highest = KnowledgeBaseLayout::highestPageNumber(keywordFolder);
+    if (!highest)
+        return highest.error();
+    m_lastPage = std::max(m_lastPage, *highest);
+    removeAbandonedPageFiles(keywordFolder);
+    m_readyFolders.insert(keywordFolder);
+    return {};
+}
+
+Result<int> PageStore::writePageFile(const QString &keywordFolder, const QByteArray &html)
+{
+    QTemporaryFile file(joinPath(keywordFolder, kTemporaryPagePattern));
+    if (!file.open() || file.write(html) != html.size() || !file.flush())
+        return fail(QStringLiteral("Cannot write a page into %1: %2")
+                        .arg(QDir::toNativeSeparators(keywordFolder), file.errorString()));
+    // The rename never replaces a file; a number another harvest took meanwhile is passed.
+    for (int attempt = 0; attempt < 1000; ++attempt) {
+        if (m_lastPage == std::numeric_limits<qint32>::max())
+            return fail(QLatin1String(kNumbersExhausted));
+        const qint32 page = ++m_lastPage;
+        const QString target = KnowledgeBaseLayout::pageFile(keywordFolder, page);
+        if (QFileInfo::exists(target))
+            continue;
+        if (file.rename(target)) {
+            file.setAutoRemove(false); // it is a page now, no longer a temporary file
+            return page;
+        }
+        if (!QFileInfo::exists(target))
+            return fail(QStringLiteral("Cannot write %1: %2")
+                            .arg(QDir::toNativeSeparators(target), file.errorString()));
+    }
+    return fail(QStringLiteral("Cannot find a free page number in %1")
+                    .arg(QDir::toNativeSeparators(keywordFolder)));
 }
 
 Result<int> PageStore::SavePage(const QString &address, const QString &term, const QByteArray &html)
@@ -163,52 +258,35 @@ Result<int> PageStore::SavePage(const QString &address, const QString &term, con
 
     const QString kbFolder = knowledgeBaseFolder(name);
     const QString keywordFolder = joinPath(kbFolder, term);
-    if (!QFileInfo(keywordFolder).isDir()) {
-        if (!QFileInfo(kbFolder).isDir()) {
-            if (Result<void> made = makeFolder(kbFolder); !made)
-                return failed(made.message());
-            if (m_settings.createFavorites)
-                m_problems.append(CreateMainFolders(name));
-            if (m_settings.buildKnowledgeBase) {
-                if (Result<void> created = createKnowledgeBase(name, kbFolder); !created)
-                    return failed(created.message());
-            }
-        }
-        if (Result<void> made = makeFolder(keywordFolder); !made)
-            return failed(made.message());
-        if (m_settings.createFavorites)
-            m_problems.append(CreateKeywordFolders(term));
-        Result<qint32> owner = knowledgeBaseNumberFor(name, kbFolder);
-        if (!owner)
-            return failed(owner.message());
-        if (Result<qint32> added = KnowledgeBaseCatalogue::AddKBKeyword(*owner, term); !added)
-            return failed(added.message());
-    }
+    if (Result<void> ready = prepareKeywordFolder(name, kbFolder, term, keywordFolder); !ready)
+        return failed(ready.message());
 
     const QString stored = storableAddress(address.trimmed());
     if (stored.isEmpty() || m_storedAddresses.contains(stored))
         return 0;
     m_storedAddresses.insert(stored);
 
-    const int page = ++m_pageCounter;
-    const QString pageFile =
-        joinPath(keywordFolder, QString::number(page) + QStringLiteral(".htm"));
-    // A page file is written in place: it is new or replaces a page of the same number, and
-    // syncing every page to disk would slow a harvest to the speed of the disk.
-    QFile file(pageFile);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(html) != html.size())
-        return failed(file.errorString());
-    const QString index = joinPath(keywordFolder, QStringLiteral("index.qdx"));
+    // The page is complete under its own name before the index lists it.
+    Result<int> page = writePageFile(keywordFolder, html);
+    if (!page)
+        return failed(page.message());
+    const QString index =
+        joinPath(keywordFolder, QLatin1String(KnowledgeBaseLayout::kIndexFileName));
     if (Result<void> added =
-            RecordFile::appendRecord(index, QString::number(page) + QStringLiteral("##") + stored);
+            RecordFile::appendRecord(index, KnowledgeBaseLayout::indexRecordText(*page, stored));
         !added)
         return failed(added.message());
+    ++m_pageCounter;
     return page;
 }
 
 Result<SaveOutcome> PageStore::SaveTaxonomy(const QString &address, const QByteArray &html)
 {
     SaveOutcome outcome;
+    if (!m_settings.buildKnowledgeBase) {
+        outcome.skipped = QStringLiteral("Building the knowledge base is switched off");
+        return outcome;
+    }
     const std::optional<QString> title = pageTitle(html);
     if (!title || title->isEmpty()) {
         outcome.skipped = QStringLiteral("The page has no title");

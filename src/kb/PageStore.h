@@ -45,7 +45,12 @@ struct SaveOutcome
 // Stores fetched pages into knowledge bases: one folder per knowledge base below the root,
 // one keyword folder per taxonomy term holding numbered .htm files and index.qdx, the two
 // knowledge-base catalogues, and optional internet shortcuts below the Favorites folder.
-// Lives as long as the harvest window: page numbers restart at 1 with each new store.
+//
+// A store may join a knowledge base that already holds pages (a second harvest of the same
+// name within the same minute, or a restart): page numbers then go on after the highest one
+// in use in the keyword folder, and an existing page file is never replaced. Each page file
+// is complete on disk before its index record is appended, so a crash at any moment leaves
+// every listed page readable.
 class PageStore
 {
 public:
@@ -64,23 +69,28 @@ public:
 
     // Stores a page under one term, creating the knowledge-base folder, its catalogue
     // record and favourites root on the first page, and the keyword folder with its record
-    // on the term's first page. Returns the page number, 0 when the address is empty or
-    // was stored before. Fails with "SavePage->" + description; what was made stays.
+    // on the term's first page (a folder or record missing after a crash is made again).
+    // Returns the page number, 0 when the address is empty or was stored before. Fails with
+    // "SavePage->" + description; what was made stays.
     Result<int> SavePage(const QString &address, const QString &term, const QByteArray &html);
 
     // The current knowledge-base name: base-"mm-dd-yy"-HHMM. The time is taken afresh at
     // each call until the first knowledge-base record is written, then kept.
     QString KnowledgeBaseName();
-    // Root + name, with one separator between them whatever the root ends with.
+    // Root + name as a full, clean path, with one separator between them whatever the root
+    // ends with; a relative root counts from the working folder. This is what the catalogue
+    // records, so the knowledge base is found from any folder later.
     QString knowledgeBaseFolder(const QString &name) const;
 
     // Favourites: folders below the Favorites folder and one shortcut per site.
     Result<void> CreateMainFolders(const QString &name);
     Result<void> CreateKeywordFolders(const QString &term);
     // Writes folder/site.url ("[InternetShortcut]" CR LF "URL=" site, no final line end)
-    // unless it exists; an unsafe site gives a safe file name (the URL line keeps the site).
+    // unless it exists; an unsafe or overlong site gives a safe file name (the URL line keeps
+    // the site).
     static Result<void> SaveFavorites(const QString &folder, const QString &site);
 
+    // Pages this store has written.
     int pageCounter() const { return m_pageCounter; }
     qint32 currentKnowledgeBaseNumber() const { return m_kbNumber; }
     qint32 currentMailGroupNumber() const { return m_mailGroup; }
@@ -94,16 +104,21 @@ public:
     std::function<void(const KnowledgeBaseRecord &)> onKnowledgeBaseCreated;
 
 private:
+    Result<void> prepareKeywordFolder(const QString &name, const QString &kbFolder,
+                                      const QString &term, const QString &keywordFolder);
     Result<void> createKnowledgeBase(const QString &name, const QString &folder);
     Result<qint32> knowledgeBaseNumberFor(const QString &name, const QString &folder);
+    Result<int> writePageFile(const QString &keywordFolder, const QByteArray &html);
 
     Clock m_clock;
     PageStoreSettings m_settings;
     int m_pageCounter = 0;
+    qint32 m_lastPage = 0;        // the page number given last
+    QSet<QString> m_readyFolders; // keyword folders checked and scanned by this store
     QSet<QString> m_storedAddresses;
     qint32 m_mailGroup = 0;
     qint32 m_kbNumber = 0;
-    QString m_kbNumberName; // the name m_kbNumber belongs to
+    QString m_kbNumberFolder; // the folder m_kbNumber belongs to
     QString m_timeStamp;
     bool m_takeTimeStamp = true;
     QString m_favoritesRoot;

@@ -3,7 +3,7 @@
 #include "common/Cp1252.h"
 #include "kb/AtomicFile.h"
 #include "kb/Deletion.h"
-#include "kb/NameRules.h"
+#include "kb/KnowledgeBaseLayout.h"
 #include "kb/RecordFile.h"
 #include "kb/ScrambleLine.h"
 
@@ -166,11 +166,12 @@ Result<void> RecordCursor::WriteData(int mode, const QString &data, int row)
         return failed(written.message());
 
     // The index is rewritten first so that a page file is only ever removed once no row
-    // names it any more. A page number that is not a plain file name (a damaged index) must
-    // not reach outside the folder, so such a page is left alone.
+    // names it any more. Only a plain page number names a file: anything else (a damaged or
+    // hand-edited index) must not reach outside the folder, so such a row deletes no file.
     QString pageProblem;
-    if (mode == 2 && checkFolderName(droppedPage, QStringLiteral("Page number"))) {
-        QFile page(m_folder + droppedPage + QStringLiteral(".htm"));
+    const std::optional<qint32> pageNumber = KnowledgeBaseLayout::parsePageNumber(droppedPage);
+    if (mode == 2 && pageNumber) {
+        QFile page(KnowledgeBaseLayout::pageFile(m_folder, *pageNumber));
         if (page.exists() && !page.remove())
             pageProblem = page.errorString();
     }

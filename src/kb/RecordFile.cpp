@@ -78,18 +78,46 @@ Result<void> ensureExists(const QString &path)
     return {};
 }
 
+namespace {
+
+// Whether the file ends in the middle of a line: edited by hand, or cut short by a crash.
+Result<bool> endsInsideALine(const QString &path)
+{
+    QFile file(path);
+    if (!file.exists())
+        return false;
+    if (!file.open(QIODevice::ReadOnly))
+        return cannot("read", path, file);
+    if (file.size() == 0)
+        return false;
+    char last = 0;
+    if (!file.seek(file.size() - 1) || !file.getChar(&last))
+        return cannot("read", path, file);
+    return last != '\n' && last != '\r';
+}
+
+} // namespace
+
 Result<void> appendRecord(const QString &path, const QString &recordText)
 {
     Result<QByteArray> stored = encodeRecord(recordText);
     if (!stored)
         return stored.error();
-    QByteArray line = std::move(stored).value();
+    // An unterminated last line is ended first, or the new record would be glued onto it and
+    // read as part of it.
+    Result<bool> unterminated = endsInsideALine(path);
+    if (!unterminated)
+        return unterminated.error();
+    QByteArray line = *unterminated ? QByteArray("\r\n") : QByteArray();
+    line += stored.value();
     line += "\r\n";
+    // One unbuffered write: a program killed while appending leaves the whole record or none
+    // of it, never half a line.
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Append))
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Append | QIODevice::Unbuffered))
         return cannot("write", path, file);
     const qint64 before = file.size();
-    if (file.write(line) != line.size() || !file.flush()) {
+    if (file.write(line) != line.size()) {
         Error error = cannot("write", path, file);
         // A torn record would swallow the next one appended; cut it off again.
         file.resize(before);

@@ -37,7 +37,9 @@ Result<QList<Line>> readRecords(const QString &path);
 // Creates the file empty when it does not exist ("common file step").
 Result<void> ensureExists(const QString &path);
 
-// Appends one scrambled record with CR LF, creating the file if needed.
+// Appends one scrambled record with CR LF, creating the file if needed. A last line left
+// without its CR LF is ended first, so the record never joins it. The record goes out in one
+// write, so a crash leaves it whole or not at all.
 Result<void> appendRecord(const QString &path, const QString &recordText);
 
 // Replaces the whole file by these record texts, scrambled, in order (through a temporary

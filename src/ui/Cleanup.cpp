@@ -3,17 +3,11 @@
 #include "engine/RunLimits.h"
 #include "engine/TempCleaner.h"
 
-#include <QLoggingCategory>
-
 #ifdef CORVANE_HAVE_WEBENGINE
 #include <QWebEngineProfile>
 #endif
 
 namespace corvane::cleanup {
-
-namespace {
-Q_LOGGING_CATEGORY(lcCleanup, "corvane.cleanup")
-}
 
 void DeleteInetTempFiles()
 {
@@ -32,8 +26,7 @@ bool onRunClockTick(int runMinutes)
     if (!isCleanupMinute(runMinutes))
         return false;
     DeleteInetTempFiles();
-    for (const QString &message : DeleteTempFiles())
-        qCWarning(lcCleanup).noquote() << message;
+    (void)DeleteTempFiles(); // problems go to the program's log, never to a dialog
     return true;
 }
 

@@ -72,7 +72,8 @@ KnowledgeBasePathDialog::KnowledgeBasePathDialog(const QString &start, QWidget *
 
 void KnowledgeBasePathDialog::setFolder(const QString &folder)
 {
-    m_folder = QDir::cleanPath(QDir::fromNativeSeparators(folder));
+    // The store records the folder as a full path; the dialog shows it as one from the start.
+    m_folder = QDir::cleanPath(QFileInfo(QDir::fromNativeSeparators(folder)).absoluteFilePath());
     const QModelIndex index = m_model->index(m_folder);
     if (index.isValid()) {
         m_dirs->setCurrentIndex(index);

@@ -2,7 +2,9 @@
 
 #include "common/DataFolder.h"
 #include "engine/ConnectionProbe.h"
+#include "kb/Catalogues.h"
 #include "kb/KnowledgeBaseCatalogue.h"
+#include "kb/KnowledgeBaseLayout.h"
 #include "kb/ScrambleLine.h"
 #include "ui/DeleteConfirmDialog.h"
 #include "ui/HelpWindow.h"
@@ -10,9 +12,11 @@
 #include "ui/ToolWidgets.h"
 #include "viewer/PageView.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
+#include <QFileSystemWatcher>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -27,6 +31,25 @@ namespace corvane {
 namespace {
 
 ViewerWindow *g_openViewer = nullptr;
+
+// Refills a list without signalling and keeps its selection where it can: the index of the
+// entry selected before, -1 when none was or it has gone.
+template <typename Records, typename Entry>
+int refillKeepingSelection(QComboBox *list, const Records &records, Entry entry)
+{
+    const bool hadSelection = list->currentIndex() >= 0;
+    const QVariant current = list->currentData();
+    const QSignalBlocker quiet(list);
+    list->clear();
+    for (const auto &record : records) {
+        const auto [text, number] = entry(record);
+        list->addItem(text, number);
+    }
+    const int kept = hadSelection ? list->findData(current) : -1;
+    if (kept >= 0)
+        list->setCurrentIndex(kept);
+    return kept;
+}
 
 QString describe(const QString &message)
 {
@@ -80,7 +103,8 @@ ViewerWindow::ViewerWindow(QWidget *parent)
       m_emailVerify(namedButton(this, QStringLiteral("cmdEmailVerify"), tr("Leads Verifier"))),
       m_engine(namedButton(this, QStringLiteral("cmdZebCorvane"), tr("Corvane Engine"))),
       m_helpFile(namedButton(this, QStringLiteral("cmdHelp"), tr("&Help"))),
-      m_help(namedButton(this, QStringLiteral("cmdHelp"), tr("Viewer H&elp")))
+      m_help(namedButton(this, QStringLiteral("cmdHelp"), tr("Viewer H&elp"))),
+      m_watcher(new QFileSystemWatcher(this))
 {
     setObjectName(QStringLiteral("frmViewer"));
     setWindowTitle(tr("Knowledgebase Viewer"));
@@ -107,8 +131,8 @@ ViewerWindow::ViewerWindow(QWidget *parent)
     m_forward->hide();
     buildLayout();
 
-    connect(m_mailList, &QComboBox::activated, this, &ViewerWindow::selectKnowledgeBase);
-    connect(m_keyword, &QComboBox::activated, this, &ViewerWindow::selectKeyword);
+    connect(m_mailList, &QComboBox::activated, this, [this] { selectKnowledgeBase(); });
+    connect(m_keyword, &QComboBox::activated, this, [this] { selectKeyword(); });
     connect(m_first, &QPushButton::clicked, this,
             [this] { move(QStringLiteral("cmdFirst->"), &RecordCursor::MoveFirst); });
     connect(m_previous, &QPushButton::clicked, this,
@@ -127,7 +151,11 @@ ViewerWindow::ViewerWindow(QWidget *parent)
     connect(m_stop, &QPushButton::clicked, m_web, &PageView::stop);
     connect(m_web, &PageView::historyChanged, this, &ViewerWindow::updateHistoryButtons);
     connect(m_web, &PageView::loadStarted, this, [this] {
-        m_createdOn->hide();
+        // The stored page's own load keeps its date; any later one (a link followed inside
+        // it) shows another page, whose date the label does not know.
+        if (!m_awaitingStoredPage)
+            m_createdOn->hide();
+        m_awaitingStoredPage = false;
         m_page->show();
     });
     connect(m_web, &PageView::loadFinished, m_page, &QLabel::hide);
@@ -141,6 +169,17 @@ ViewerWindow::ViewerWindow(QWidget *parent)
             [this] { HelpWindow::showHelp(help::kViewerPage, {}, this); });
     for (QPushButton *tool : {m_import, m_leadsScan, m_emailVerify, m_engine})
         tool->setEnabled(false);
+
+    // A harvest appends to the catalogues and indexes, and deletions replace them whole (the
+    // watch on a replaced file ends, hence the folder is watched too). Changes come in bursts,
+    // so they are taken together.
+    m_refreshTimer.setSingleShot(true);
+    m_refreshTimer.setInterval(200);
+    connect(&m_refreshTimer, &QTimer::timeout, this, &ViewerWindow::refreshLists);
+    connect(m_watcher, &QFileSystemWatcher::fileChanged, &m_refreshTimer,
+            qOverload<>(&QTimer::start));
+    connect(m_watcher, &QFileSystemWatcher::directoryChanged, &m_refreshTimer,
+            qOverload<>(&QTimer::start));
 
     resize(980, 700);
     LoadKB();
@@ -196,6 +235,13 @@ void ViewerWindow::buildLayout()
     for (QPushButton *b : {m_first, m_previous, m_next, m_last, m_del, m_view})
         pages->addWidget(b);
     pages->addStretch();
+    // Off at every start: stored pages come from any site.
+    auto *scripts = new QCheckBox(tr("Allow scripts in stored pages"), this);
+    scripts->setObjectName(QStringLiteral("chkScripts"));
+    scripts->setToolTip(tr("Stored pages come from other sites: allow their scripts only for "
+                           "pages you trust"));
+    connect(scripts, &QCheckBox::toggled, m_web, &PageView::setScriptsAllowed);
+    pages->addWidget(scripts);
     layout->addLayout(pages);
     auto *tools = new QHBoxLayout;
     for (QPushButton *b : {m_import, m_leadsScan, m_emailVerify, m_engine})
@@ -243,6 +289,7 @@ void ViewerWindow::LoadKB()
     m_kbFolder.clear();
     m_keywordFolder.clear();
     const auto bases = KnowledgeBaseCatalogue::knowledgeBases();
+    watchFiles();
     if (!bases) {
         showErrorReport(this, QStringLiteral("frmViewer-FormLoad->"), describe(bases.message()));
     } else {
@@ -260,13 +307,87 @@ void ViewerWindow::LoadKB()
     selectKnowledgeBase();
 }
 
-void ViewerWindow::addKnowledgeBase(const QString &name, qint32 number)
+void ViewerWindow::watchFiles()
 {
-    m_mailList->addItem(name, number);
-    m_delKB->setEnabled(true);
+    QStringList paths = {DataFolder::ioFiles(), CatalogueFiles::kbMailGroups(),
+                         CatalogueFiles::kbKeywords()};
+    if (!m_keywordFolder.isEmpty())
+        paths << m_keywordFolder
+              << QDir(m_keywordFolder).filePath(QLatin1String(KnowledgeBaseLayout::kIndexFileName));
+    const QStringList watched = m_watcher->files() + m_watcher->directories();
+    for (const QString &path : watched) {
+        if (!paths.contains(path))
+            m_watcher->removePath(path);
+    }
+    for (const QString &path : std::as_const(paths)) {
+        if (!watched.contains(path) && QFileInfo::exists(path))
+            m_watcher->addPath(path);
+    }
 }
 
-void ViewerWindow::selectKnowledgeBase()
+void ViewerWindow::refreshLists()
+{
+    const auto bases = KnowledgeBaseCatalogue::knowledgeBases();
+    if (!bases)
+        return; // a passing problem; the next change tries again
+    const bool hadSelection = m_mailList->currentIndex() >= 0;
+    const int kept = refillKeepingSelection(m_mailList, *bases, [](const KnowledgeBaseRecord &kb) {
+        return std::pair(kb.name, kb.number);
+    });
+    m_delKB->setEnabled(m_mailList->count() > 0);
+    if (kept >= 0) {
+        refreshKeywords();
+    } else if (m_mailList->count() > 0) {
+        // The knowledge base on show is gone, or there was none: show the first.
+        m_mailList->setCurrentIndex(0);
+        selectKnowledgeBase(true);
+    } else if (hadSelection) {
+        LoadKB();
+    }
+    watchFiles();
+}
+
+void ViewerWindow::refreshKeywords()
+{
+    const auto keywords =
+        KnowledgeBaseCatalogue::keywordFoldersOf(m_mailList->currentData().toInt());
+    if (!keywords)
+        return;
+    const bool hadSelection = m_keyword->currentIndex() >= 0;
+    const int kept = refillKeepingSelection(m_keyword, *keywords, [](const KeywordFolderRecord &k) {
+        return std::pair(k.term, k.number);
+    });
+    if (kept >= 0) {
+        refreshIndex();
+    } else if (m_keyword->count() > 0) {
+        m_keyword->setCurrentIndex(0);
+        selectKeyword(true);
+    } else if (hadSelection) {
+        selectKnowledgeBase(true);
+    }
+}
+
+void ViewerWindow::refreshIndex()
+{
+    if (!m_cursor.isBound()) {
+        // The keyword had no index yet; its first page may have arrived.
+        selectKeyword(true);
+        return;
+    }
+    const int rows = m_cursor.RowCount();
+    if (!m_cursor.OpenFile(m_keywordFolder, QLatin1String(KnowledgeBaseLayout::kIndexFileName)) ||
+        !m_cursor.isBound()) {
+        selectKeyword(true);
+        return;
+    }
+    (void)m_cursor.MoveToRow(m_currentRow);
+    if (rows == 0 || m_currentRow > m_cursor.RowCount())
+        PopulateDetails();
+    else
+        m_totalNum->setText(QString::number(m_cursor.RowCount()));
+}
+
+void ViewerWindow::selectKnowledgeBase(bool quiet)
 {
     if (m_mailList->count() == 0)
         return;
@@ -278,7 +399,14 @@ void ViewerWindow::selectKnowledgeBase()
         showErrorReport(this, QStringLiteral("cmbMailList->"), describe(kb.message()));
         return;
     }
-    m_kbFolder = *kb && !(*kb)->folder.trimmed().isEmpty() ? (*kb)->folder : QString();
+    m_kbFolder.clear();
+    if (*kb && !(*kb)->folder.trimmed().isEmpty()) {
+        const Result<QString> folder = KnowledgeBaseLayout::knowledgeBaseFolder(**kb);
+        if (folder)
+            m_kbFolder = *folder;
+        else
+            showErrorReport(this, QStringLiteral("cmbMailList->"), folder.message());
+    }
     const auto keywords = KnowledgeBaseCatalogue::keywordFoldersOf(number);
     if (!keywords) {
         showErrorReport(this, QStringLiteral("cmbMailList->"), describe(keywords.message()));
@@ -288,7 +416,7 @@ void ViewerWindow::selectKnowledgeBase()
         m_keyword->addItem(keyword.term, keyword.number);
     if (m_keyword->count() > 0) {
         m_keyword->setCurrentIndex(0);
-        selectKeyword();
+        selectKeyword(quiet);
     } else {
         showPlaceholder();
         showEmptyCounters();
@@ -296,23 +424,31 @@ void ViewerWindow::selectKnowledgeBase()
     }
 }
 
-void ViewerWindow::selectKeyword()
+void ViewerWindow::selectKeyword(bool quiet)
 {
     if (m_keyword->currentIndex() < 0)
         return;
-    m_keywordFolder =
-        m_kbFolder.isEmpty()
-            ? QString()
-            : QDir::cleanPath(m_kbFolder + QLatin1Char('/') + m_keyword->currentText());
+    m_keywordFolder.clear();
     m_cursor = RecordCursor();
-    if (m_keywordFolder.isEmpty() || !QFileInfo::exists(m_keywordFolder + "/index.qdx")) {
-        showMessage(this, tr("No matching records found for the selected keyword."));
+    if (!m_kbFolder.isEmpty()) {
+        const Result<QString> folder =
+            KnowledgeBaseLayout::keywordFolder(m_kbFolder, m_keyword->currentText());
+        if (folder)
+            m_keywordFolder = *folder;
+        else
+            showErrorReport(this, QStringLiteral("cmbKeyword->"), folder.message());
+    }
+    watchFiles();
+    const QString index = QLatin1String(KnowledgeBaseLayout::kIndexFileName);
+    if (m_keywordFolder.isEmpty() || !QFileInfo::exists(QDir(m_keywordFolder).filePath(index))) {
+        if (!quiet)
+            showMessage(this, tr("No matching records found for the selected keyword."));
         showPlaceholder();
         showEmptyCounters();
         setPageButtonsEnabled(false);
         return;
     }
-    const Result<void> opened = m_cursor.OpenFile(m_keywordFolder, QStringLiteral("index.qdx"));
+    const Result<void> opened = m_cursor.OpenFile(m_keywordFolder, index);
     if (!report(QStringLiteral("cmbKeyword->"), opened))
         return;
     if (!report(QStringLiteral("cmbKeyword->"), m_cursor.MoveFirst()))
@@ -339,17 +475,18 @@ void ViewerWindow::PopulateDetails()
         showErrorReport(this, label, describe(record.message()));
         return;
     }
-    const int split = record->indexOf(QLatin1String("##"));
-    if (split < 0) {
-        showErrorReport(this, label, tr("the index record has no page number"));
+    const Result<KnowledgeBaseLayout::IndexRecord> row =
+        KnowledgeBaseLayout::parseIndexRecord(*record);
+    if (!row) {
+        showErrorReport(this, label, row.message());
         return;
     }
-    m_data1->setText(record->left(split + 1));
-    m_data2->setText(record->mid(split + 2));
+    m_data1->setText(QString::number(row->page) + QLatin1Char('#'));
+    m_data2->setText(row->address);
     m_num->setText(QString::number(m_cursor.CurrentRow()));
     m_currentRow = m_cursor.CurrentRow();
-    const QString pageFile =
-        QDir(m_keywordFolder).filePath(m_data1->text().chopped(1) + QStringLiteral(".htm"));
+    const QString pageFile = KnowledgeBaseLayout::pageFile(m_keywordFolder, row->page);
+    m_awaitingStoredPage = true;
     m_web->navigate(QUrl::fromLocalFile(pageFile));
     m_createdOn->setText(tr("Content as on: ") + GetDateofCreation(pageFile));
     m_page->hide();
@@ -364,18 +501,19 @@ void ViewerWindow::move(const QString &label, Result<void> (RecordCursor::*step)
 
 void ViewerWindow::deletePage()
 {
-    const int rows = m_cursor.RowCount();
-    if (rows >= 2) {
+    const PageDeletion::Step step = PageDeletion::stepFor(m_cursor.RowCount(), m_keyword->count());
+    if (std::holds_alternative<PageDeletion::DeleteRow>(step)) {
         report(QStringLiteral("cmdDel->"), m_cursor.DeleteRow(m_currentRow));
-    } else if (rows == 1 && m_keyword->count() >= 2) {
-        const QString folder = m_keywordFolder;
-        const qint32 keywordNumber = m_keyword->currentData().toInt();
+    } else if (std::holds_alternative<PageDeletion::RemoveKeyword>(step)) {
+        const KeywordFolderRecord keyword{m_keyword->currentData().toInt(),
+                                          m_mailList->currentData().toInt(),
+                                          m_keyword->currentText()};
         m_cursor = RecordCursor(); // the index goes with its folder
-        const Result<void> removed = removeKeywordFolder(keywordNumber, folder);
+        const Result<void> removed = removeKeywordFolder(m_kbFolder, keyword);
         selectKnowledgeBase();
         if (!report(QStringLiteral("cmdDel->"), removed))
             return;
-    } else if (rows == 1) {
+    } else if (std::holds_alternative<PageDeletion::OfferKnowledgeBase>(step)) {
         deleteKnowledgeBase();
     }
     PopulateDetails();
@@ -388,17 +526,13 @@ void ViewerWindow::deleteKnowledgeBase()
     const KnowledgeBaseDeletion deletion{m_mailList->currentData().toInt(), m_kbFolder};
     const QString question = tr("Do you wish to permanently delete ") +
                              m_mailList->currentText().trimmed() + tr(" Knowledgbase?");
-    m_cursor = RecordCursor(); // the folder may be removed under the cursor
+    // The cursor holds no file open, so a declined question leaves the page on show as it is.
     const auto outcome = DeleteConfirmDialog::askToDelete(question, deletion, this);
     if (outcome && outcome->reloadViewer) {
         showPlaceholder();
         showEmptyCounters();
         LoadKB();
-        return;
     }
-    // Declined: the cursor was let go, so show the keyword again from its index.
-    if (m_keyword->currentIndex() >= 0)
-        selectKeyword();
 }
 
 void ViewerWindow::setConnectionCheck(ConnectionCheck *check)

@@ -5,10 +5,12 @@
 
 #include <QHash>
 #include <QPointer>
+#include <QTimer>
 
 #include <functional>
 
 class QComboBox;
+class QFileSystemWatcher;
 class QLabel;
 class QLineEdit;
 class QPushButton;
@@ -34,8 +36,10 @@ public:
     // Fills the knowledge-base list from the catalogue and shows its first knowledge base, or
     // the placeholder page with the page buttons off when there is none.
     void LoadKB();
-    // A knowledge base created by a harvest while the viewer is open.
-    void addKnowledgeBase(const QString &name, qint32 number);
+    // Brings the lists up to date with the catalogues and the shown keyword's index, keeping
+    // what is selected and the page on show. Runs by itself shortly after a harvest (in this
+    // program or on the command line) changes them.
+    void refreshLists();
 
     // Which window a tool button opens; a button without a factory stays disabled.
     void setWindowFactory(Tool tool, WindowFactory factory);
@@ -57,8 +61,12 @@ private:
     void setPageButtonsEnabled(bool on);
     void showPlaceholder();
     void showEmptyCounters();
-    void selectKnowledgeBase();
-    void selectKeyword();
+    // quiet: a refresh, not the user, made the choice; an index not written yet is no news.
+    void selectKnowledgeBase(bool quiet = false);
+    void selectKeyword(bool quiet = false);
+    void refreshKeywords();
+    void refreshIndex();
+    void watchFiles();
     void PopulateDetails();
     void move(const QString &label, Result<void> (RecordCursor::*step)());
     void deletePage();
@@ -73,6 +81,8 @@ private:
     int m_currentRow = 0;
     QString m_kbFolder;
     QString m_keywordFolder;
+    // The stored page was just asked for: its own load must not hide its date.
+    bool m_awaitingStoredPage = false;
 
     QComboBox *m_mailList;
     QComboBox *m_keyword;
@@ -105,6 +115,8 @@ private:
     QPushButton *m_engine;
     QPushButton *m_helpFile;
     QPushButton *m_help;
+    QFileSystemWatcher *m_watcher;
+    QTimer m_refreshTimer;
 
     QHash<int, WindowFactory> m_factories;
     QHash<int, QPointer<QWidget>> m_openTools; // one window per tool, shown again when reopened

@@ -71,7 +71,8 @@ TEST(TaxonomyCatalogue, RefusesTermsThatCannotBeFolderNames)
          {QStringLiteral(".."), QStringLiteral("a/b"), QStringLiteral("a\\b"), QStringLiteral("C:"),
           QStringLiteral("CON"), QStringLiteral("nul.txt"), QStringLiteral("COM1"),
           QStringLiteral("name."), QStringLiteral("tab\there"), QStringLiteral("why?"),
-          QString(QChar(235)), QStringLiteral("\u4e2d")}) {
+          QString(QChar(235)), QStringLiteral("\u4e2d"), QStringLiteral("Rock@Pop"),
+          QString(150, QChar(0xE9))}) {
         const auto added = taxonomy.AddTaxonomy(bad);
         ASSERT_FALSE(added) << bad.toStdString();
         EXPECT_TRUE(added.message().startsWith(QStringLiteral("Taxonomy term")))
@@ -105,6 +106,22 @@ TEST(MailGroupCatalogue, NumbersGroupsAndKnowsTheLastAdded)
     EXPECT_EQ(groups.lastAddedNumber(), 2);
     EXPECT_EQ(recordTexts(CatalogueFiles::mailGroups()), QStringList({"1@Dentists", "2@Bakers"}));
     EXPECT_FALSE(groups.AddMailGroup(QStringLiteral("a/b")));
+    EXPECT_FALSE(groups.AddMailGroup(QStringLiteral("a@b")));
+    KeywordCatalogue keywords;
+    EXPECT_FALSE(keywords.AddKeyword(QStringLiteral("a@b"), 1));
+    EXPECT_EQ(recordTexts(CatalogueFiles::mailGroups()).size(), 2);
+}
+
+TEST(Catalogues, UnterminatedLastLineIsEndedBeforeTheNextRecord)
+{
+    // Edited by hand, or cut short: the last line has no CR LF.
+    TempDataFolder home;
+    writeFile(CatalogueFiles::taxonomy(), storedFile({"1@One"}) + encodeRecord(u"2@Tw").value());
+    TaxonomyCatalogue taxonomy;
+    ASSERT_TRUE(taxonomy.LoadTaxonomy());
+    ASSERT_TRUE(taxonomy.AddTaxonomy(QStringLiteral("Three")));
+    EXPECT_EQ(recordTexts(CatalogueFiles::taxonomy()), QStringList({"1@One", "2@Tw", "3@Three"}));
+    EXPECT_TRUE(readFile(CatalogueFiles::taxonomy()).endsWith("\r\n"));
 }
 
 TEST(KeywordCatalogue, LoadsAllKeywordsAndThoseOfOneGroup)

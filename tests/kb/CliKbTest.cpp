@@ -3,6 +3,7 @@
 
 #include "kb/Catalogues.h"
 #include "kb/PageStore.h"
+#include "kb/RecordFile.h"
 
 #include <QDir>
 
@@ -33,7 +34,13 @@ TEST(CliKb, ListsKnowledgeBasesTermsAndPages)
     ASSERT_TRUE(
         store.SaveTaxonomy(QStringLiteral("http://b.test/"), "<title>Bread and cake</title>"));
     ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("http://c.test/"), "<title>Cake</title>"));
+    // A second harvest of the same name in the same minute joins the knowledge base.
+    PageStore second([] { return QDateTime(QDate(2026, 1, 2), QTime(13, 45)); });
+    second.setSettings(settings);
+    ASSERT_TRUE(second.SaveTaxonomy(QStringLiteral("http://d.test/"), "<title>Bread</title>"));
     const QString folder = home.file(QStringLiteral("KB/Shops-01-02-26-1345"));
+    // A term edited into the catalogue by hand that would lead out of the knowledge base.
+    ASSERT_TRUE(RecordFile::appendRecord(CatalogueFiles::kbKeywords(), "9@1@../../victim"));
 
     QByteArray out, err;
     ASSERT_EQ(runProgram(QStringLiteral("corvane-cli"), {"--home", home.path(), "kb", "list"}, &out,
@@ -46,15 +53,27 @@ TEST(CliKb, ListsKnowledgeBasesTermsAndPages)
     ASSERT_EQ(runProgram(QStringLiteral("corvane-cli"),
                          {"--home", home.path(), "kb", "show", "Shops-01-02-26-1345"}, &out, &err),
               0);
-    EXPECT_EQ(text(out), QStringLiteral("Bread\t2\nCake\t1\n"));
+    EXPECT_EQ(text(out), QStringLiteral("Bread\t3\nCake\t1\n"));
+    EXPECT_TRUE(text(err).contains(QStringLiteral("../../victim"))) << err.toStdString();
 
     ASSERT_EQ(runProgram(QStringLiteral("corvane-cli"),
                          {"--home", home.path(), "kb", "pages", "Shops-01-02-26-1345", "Bread"},
                          &out, &err),
               0);
-    EXPECT_EQ(text(out), QStringLiteral("1\thttp://a.test/\t%1\n2\thttp://b.test/\t%2\n")
-                             .arg(QDir::toNativeSeparators(folder + "/Bread/1.htm"),
-                                  QDir::toNativeSeparators(folder + "/Bread/2.htm")));
+    QString expected;
+    for (const char *row : {"1\thttp://a.test/", "2\thttp://b.test/", "3\thttp://d.test/"})
+        expected +=
+            QStringLiteral("%1\t%2\n")
+                .arg(QLatin1String(row), QDir::toNativeSeparators(
+                                             folder + QStringLiteral("/Bread/%1.htm").arg(row[0])));
+    EXPECT_EQ(text(out), expected);
+
+    EXPECT_EQ(
+        runProgram(QStringLiteral("corvane-cli"),
+                   {"--home", home.path(), "kb", "pages", "Shops-01-02-26-1345", "../../victim"},
+                   &out, &err),
+        1);
+    EXPECT_TRUE(text(err).contains(QStringLiteral("does not name a folder"))) << err.toStdString();
 }
 
 TEST(CliKb, UsageErrorsAndUnknownNames)

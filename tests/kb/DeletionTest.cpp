@@ -171,9 +171,35 @@ TEST_F(Catalogued, FailedRewriteLeavesTheOldCatalogue)
 
 TEST_F(Catalogued, KeywordFolderGoesWithItsRecordOnly)
 {
-    ASSERT_TRUE(removeKeywordFolder(3, folder("A") + QStringLiteral("/Term")));
+    ASSERT_TRUE(removeKeywordFolder(folder("A"), {3, 1, QStringLiteral("Term")}));
     EXPECT_EQ(recordTexts(CatalogueFiles::kbKeywords()),
               QStringList({"1@1@Rail", "2@2@Rail", "4@3@Cars", "5@1@Air"}));
     EXPECT_FALSE(QFileInfo::exists(folder("A") + QStringLiteral("/Term")));
     EXPECT_TRUE(QFileInfo::exists(folder("A")));
+
+    // A term edited by hand never leads the deletion out of its knowledge base.
+    EXPECT_FALSE(
+        removeKeywordFolder(folder("A") + QStringLiteral("/x"), {1, 1, QStringLiteral("../../B")}));
+    EXPECT_TRUE(QFileInfo::exists(folder("B")));
+    EXPECT_EQ(recordTexts(CatalogueFiles::kbKeywords()).size(), 4);
+}
+
+TEST_F(Catalogued, RecordNamingAnotherFolderDeletesNothingThere)
+{
+    // Knowledge base 3 ("C") is recorded with the folder of B.
+    writeFile(CatalogueFiles::kbMailGroups(), storedFile({record(1, 1, "A"), record(2, 1, "B"),
+                                                          QStringLiteral("3@2@C@") + folder("B")}));
+    const DeletionOutcome viewer = carryOut(KnowledgeBaseDeletion{3, folder("B")});
+    EXPECT_EQ(viewer.problems.size(), 1);
+    EXPECT_TRUE(QFileInfo::exists(folder("B")));
+
+    writeFile(CatalogueFiles::kbMailGroups(),
+              storedFile({record(1, 1, "A"), QStringLiteral("2@1@B@") + folder("A")}));
+    MailGroupDeletion dialog;
+    ASSERT_TRUE(dialog.open(1));
+    const Result<void> deleted = dialog.deleteKnowledgeBases({2});
+    ASSERT_FALSE(deleted);
+    EXPECT_TRUE(deleted.message().startsWith(QStringLiteral("DelMailGroup->")));
+    EXPECT_TRUE(QFileInfo::exists(folder("A")));
+    EXPECT_EQ(recordTexts(CatalogueFiles::kbMailGroups()).size(), 2);
 }

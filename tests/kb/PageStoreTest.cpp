@@ -2,6 +2,7 @@
 #include "support/TestSupport.h"
 
 #include "kb/Catalogues.h"
+#include "kb/Deletion.h"
 #include "kb/DiskSpace.h"
 #include "kb/NameRules.h"
 #include "kb/PageStore.h"
@@ -96,13 +97,92 @@ TEST_F(Store, SkipsErrorPagesUntitledPagesAndRepeatedAddresses)
     EXPECT_EQ(afterClear->pageNumber, 2);
 }
 
-TEST_F(Store, RootWithOrWithoutFinalSeparatorGivesTheSameFolder)
+TEST_F(Store, RootIsRecordedAsAFullPath)
 {
     PageStoreSettings settings = store.settings();
     EXPECT_EQ(store.knowledgeBaseFolder(QStringLiteral("X")), home.file(QStringLiteral("KB/X")));
     settings.root += QLatin1Char('/');
     store.setSettings(settings);
     EXPECT_EQ(store.knowledgeBaseFolder(QStringLiteral("X")), home.file(QStringLiteral("KB/X")));
+
+    // A relative root counts from the working folder once, when the page is stored; the
+    // catalogue holds the full path, so the knowledge base is found from anywhere later.
+    const QString before = QDir::currentPath();
+    ASSERT_TRUE(QDir::setCurrent(home.path()));
+    settings.root = QStringLiteral("./Rel/../KB2");
+    store.setSettings(settings);
+    const Result<SaveOutcome> saved =
+        store.SaveTaxonomy(QStringLiteral("http://a.test/"), pageTitled("Rail"));
+    QDir::setCurrent(before);
+    ASSERT_TRUE(saved && saved->stored());
+    EXPECT_EQ(recordTexts(CatalogueFiles::kbMailGroups()),
+              QStringList({QStringLiteral("1@1@Travel-03-07-26-0905@") +
+                           home.file(QStringLiteral("KB2/Travel-03-07-26-0905"))}));
+}
+
+TEST_F(Store, JoiningAKnowledgeBaseContinuesItsPageNumbersAndRepairsItsRecords)
+{
+    ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("http://one.test/a"), pageTitled("Rail")));
+    ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("http://one.test/b"), pageTitled("Rail")));
+    // A crash left a page file without its record, and the keyword folder of Europe without
+    // its catalogue record.
+    writeFile(kbFolder() + QStringLiteral("/Rail/5.htm"), "orphan");
+    ASSERT_TRUE(QDir().mkpath(kbFolder() + QStringLiteral("/Europe")));
+
+    // A second harvest of the same name within the same minute, against another site.
+    PageStore second([this] { return now; });
+    second.setSettings(store.settings());
+    const Result<SaveOutcome> saved =
+        second.SaveTaxonomy(QStringLiteral("http://two.test/a"), pageTitled("Europe by rail"));
+    ASSERT_TRUE(saved);
+    EXPECT_TRUE(saved->problems.isEmpty()) << saved->problems.join('\n').toStdString();
+    EXPECT_EQ(saved->pageNumber, 6);
+    EXPECT_EQ(second.pageCounter(), 1);
+    EXPECT_EQ(readFile(kbFolder() + QStringLiteral("/Rail/1.htm")), pageTitled("Rail"));
+    EXPECT_EQ(readFile(kbFolder() + QStringLiteral("/Rail/5.htm")), QByteArray("orphan"));
+    EXPECT_EQ(
+        recordTexts(kbFolder() + QStringLiteral("/Rail/index.qdx")),
+        QStringList({"1##http://one.test/a", "2##http://one.test/b", "6##http://two.test/a"}));
+    EXPECT_EQ(recordTexts(CatalogueFiles::kbMailGroups()).size(), 1);
+    EXPECT_EQ(recordTexts(CatalogueFiles::kbKeywords()), QStringList({"1@1@Rail", "2@1@Europe"}));
+    // Only finished pages are left in the folder.
+    EXPECT_EQ(QDir(kbFolder() + QStringLiteral("/Rail"))
+                  .entryList(QDir::Files | QDir::Hidden, QDir::Name),
+              QStringList({"1.htm", "2.htm", "5.htm", "6.htm", "index.qdx"}));
+
+    // A knowledge base deleted while the harvest runs is made and recorded again.
+    ASSERT_TRUE(carryOut(KnowledgeBaseDeletion{1, kbFolder()}).problems.isEmpty());
+    const Result<SaveOutcome> again =
+        second.SaveTaxonomy(QStringLiteral("http://two.test/b"), pageTitled("Rail"));
+    ASSERT_TRUE(again && again->stored());
+    EXPECT_EQ(recordTexts(CatalogueFiles::kbKeywords()), QStringList({"1@1@Rail"}));
+    EXPECT_TRUE(QFileInfo::exists(kbFolder() + QStringLiteral("/Rail/index.qdx")));
+}
+
+TEST_F(Store, ProblemsOfAStoreStepAreReported)
+{
+    PageStoreSettings settings = store.settings();
+    settings.createFavorites = true;
+    settings.favoritesFolder = home.file(QStringLiteral("not-a-folder"));
+    writeFile(settings.favoritesFolder, "a file");
+    store.setSettings(settings);
+    const Result<SaveOutcome> favorites =
+        store.SaveTaxonomy(QStringLiteral("http://a.test/"), pageTitled("Rail"));
+    ASSERT_TRUE(favorites);
+    EXPECT_TRUE(favorites->stored());
+    ASSERT_FALSE(favorites->problems.isEmpty());
+    EXPECT_TRUE(favorites->problems.first().startsWith(QStringLiteral("CreateMainFolders->")));
+
+    settings.createFavorites = false;
+    settings.root = home.file(QStringLiteral("not-a-folder/KB"));
+    store.setSettings(settings);
+    const Result<SaveOutcome> page =
+        store.SaveTaxonomy(QStringLiteral("http://b.test/"), pageTitled("Rail"));
+    ASSERT_TRUE(page);
+    EXPECT_FALSE(page->stored());
+    ASSERT_EQ(page->problems.size(), 1);
+    EXPECT_TRUE(page->problems[0].startsWith(QStringLiteral("SavePage->Cannot create the folder")))
+        << page->problems[0].toStdString();
 }
 
 TEST_F(Store, TimeStampIsKeptOnceTheFirstKnowledgeBaseIsRecorded)
@@ -159,29 +239,67 @@ TEST_F(Store, FavoritesMirrorTheTreeWithOneShortcutPerSite)
               QStringList({"_.._CON_x.url"}));
     ASSERT_TRUE(PageStore::SaveFavorites(home.file(QStringLiteral("Fav")), QStringLiteral("nul")));
     EXPECT_TRUE(QFileInfo::exists(home.file(QStringLiteral("Fav/_nul.url"))));
+    // A site name longer than a file name may be is cut to fit, whatever its characters.
+    ASSERT_TRUE(
+        PageStore::SaveFavorites(home.file(QStringLiteral("Fav")), QString(199, QChar(0xE9))));
+
+    // Secure sites are named by their host, each with a shortcut of its own.
+    ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("https://secure.test/a"), pageTitled("Rail")));
+    ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("HTTPS://other.test"), pageTitled("Rail")));
+    const QString rail = home.file(QStringLiteral("Favorites/Travel-03-07-26-0905/Rail/"));
+    EXPECT_EQ(readFile(rail + QStringLiteral("secure.test.url")),
+              QByteArray("[InternetShortcut]\r\nURL=secure.test"));
+    EXPECT_TRUE(QFileInfo::exists(rail + QStringLiteral("other.test.url")));
+    EXPECT_EQ(siteOfAddress(QStringLiteral("http://host:8080/x")), QStringLiteral("host:8080"));
 }
 
 TEST_F(Store, RefusesNamesThatWouldEscapeTheRoot)
 {
-    for (const QString &base :
-         {QStringLiteral("../x"), QStringLiteral("a\\b"), QStringLiteral("a:b")}) {
-        PageStoreSettings settings = store.settings();
-        settings.baseName = base;
-        store.setSettings(settings);
-        const Result<int> saved =
-            store.SavePage(QStringLiteral("http://a.test/"), QStringLiteral("Rail"), "<x>");
-        ASSERT_FALSE(saved);
-        EXPECT_TRUE(saved.message().startsWith(QStringLiteral("SavePage->Knowledge base name")));
-    }
     PageStoreSettings settings = store.settings();
+    settings.baseName = QStringLiteral("../x");
+    store.setSettings(settings);
+    const Result<int> base =
+        store.SavePage(QStringLiteral("http://a.test/"), QStringLiteral("Rail"), "<x>");
+    ASSERT_FALSE(base);
+    EXPECT_TRUE(base.message().startsWith(QStringLiteral("SavePage->Knowledge base name")));
     settings.baseName = QStringLiteral("Travel");
     store.setSettings(settings);
-    const Result<int> saved =
+    const Result<int> term =
         store.SavePage(QStringLiteral("http://a.test/"), QStringLiteral(".."), "<x>");
-    ASSERT_FALSE(saved);
-    EXPECT_TRUE(saved.message().startsWith(QStringLiteral("SavePage->Taxonomy term")));
-    EXPECT_EQ(QDir(home.path()).entryList(QDir::Files), QStringList());
+    ASSERT_FALSE(term);
+    EXPECT_TRUE(term.message().startsWith(QStringLiteral("SavePage->Taxonomy term")));
     EXPECT_FALSE(QFileInfo::exists(home.file(QStringLiteral("KB"))));
+}
+
+TEST(KnowledgeBaseNames, AreCheckedBeforeTheRunWithTheFaultNamed)
+{
+    TempDataFolder home;
+    const QString root = home.file(QStringLiteral("KB"));
+    const QStringList terms = {QStringLiteral("Birds"), QString::fromUtf8("Caf\u00e9")};
+    EXPECT_TRUE(checkKnowledgeBaseNames(root, QStringLiteral(" Birds "), terms));
+    EXPECT_TRUE(checkKnowledgeBaseNames(QStringLiteral("relative/KB"), QStringLiteral("B"), terms));
+
+    const auto refused = [&](const QString &r, const QString &base, const QStringList &t,
+                             const char *expected) {
+        const Result<void> checked = checkKnowledgeBaseNames(r, base, t);
+        EXPECT_FALSE(checked) << base.toStdString();
+        EXPECT_TRUE(!checked && checked.message().contains(QLatin1String(expected)))
+            << (checked ? "" : checked.message().toStdString());
+    };
+    refused(root, QStringLiteral("a@b"), terms, "\"@\"");
+    refused(root, QString(190, QLatin1Char('n')), terms, "at most 186 characters");
+    // 130 characters, 260 bytes in UTF-8 once the date and time are added.
+    refused(root, QString(123, QChar(0xE9)), terms, "bytes on disk");
+    refused(root, QStringLiteral("   "), terms, "cannot be empty");
+    refused(root, QStringLiteral("B"), {QStringLiteral("../Birds")}, "Taxonomy term \"../Birds\"");
+    refused(root, QStringLiteral("B"), {QString(150, QChar(0xE9))}, "300 bytes on disk");
+    refused(root, QStringLiteral("B"), {QStringLiteral("Rock@Pop")}, "\"@\"");
+    refused(root, QStringLiteral("B"), {QStringLiteral("NUL")}, "device");
+    refused(QStringLiteral("  "), QStringLiteral("B"), terms, "Please choose");
+    refused(home.file(QString::fromUtf8("\u4e2d")), QStringLiteral("B"), terms,
+            "knowledge-base folder");
+    refused(home.file(QString(256, QLatin1Char('r'))), QStringLiteral("B"), terms,
+            "longer than 255 bytes");
 }
 
 TEST_F(Store, AddressOutsideTheCodePageIsIndexedPercentEncoded)

@@ -3,6 +3,7 @@
 #include "support/TestSupport.h"
 
 #include "common/DataFolder.h"
+#include "common/ProgramLog.h"
 
 #include <QDir>
 #include <QFile>
@@ -117,6 +118,10 @@ TEST(Cleanup, RunsOnlyAtTheCleanupMinutes)
     writeAged(stale, QDateTime::currentDateTime().addSecs(-3600));
     EXPECT_FALSE(cleanup::onRunClockTick(11));
     EXPECT_TRUE(QFileInfo::exists(stale));
+    // A folder that cannot go yet (it holds a young file) is reported in the program's log.
+    writeAged(DataFolder::temp() + QStringLiteral("/busy/young.tmp"), QDateTime::currentDateTime());
     EXPECT_TRUE(cleanup::onRunClockTick(20));
     EXPECT_FALSE(QFileInfo::exists(stale));
+    const QString log = QString::fromUtf8(test::readFile(ProgramLog::path()));
+    EXPECT_EQ(log.count(QLatin1String("ClearAllPath-> ")), 1) << log.toStdString();
 }

@@ -108,7 +108,10 @@ private:
             m_job.m_activity[size_t(m_index)] = {m_path, 0, 0};
         }
         const Result<void> read = readFile();
-        m_splitter.finish();
+        if (read)
+            m_splitter.finish();
+        else
+            m_splitter.discard();
         m_batch.path = m_path;
         m_batch.end = read ? ScanBatch::End::Scanned : ScanBatch::End::FileFailed;
         m_batch.problem = read ? m_problem : read.message();
@@ -181,6 +184,7 @@ private:
         }
         if (decoded)
             return {};
+        m_splitter.discard();
         // An archive's raw bytes are compressed or already read; a document's may still hold
         // what earlier versions of the scan found in them, so those are searched as well.
         m_problem = decoded.message();

@@ -48,8 +48,8 @@ TEST(LeadsScan, FolderScanListsNewLeadsOnceAndCountsFiles)
     scan.fileTypes().setChecked(0, false);
     scan.fileTypes().add(".txt");
     scan.fileTypes().add(".htm");
-    scan.fileTypes().setChecked(1, true);
-    scan.fileTypes().setChecked(2, true);
+    scan.fileTypes().setChecked(scan.fileTypes().count() - 2, true);
+    scan.fileTypes().setChecked(scan.fileTypes().count() - 1, true);
     QSignalSpy added(&scan, &LeadsScan::leadsAdded);
 
     ASSERT_TRUE(scan.runFolderScan(f.dir.path()).ok());

@@ -2,22 +2,15 @@
 
 #include "FuzzTarget.h"
 
-#include "scan/DocumentText.h"
+#include "CollectedText.h"
 
 using namespace corvane;
 
 namespace {
 
-struct Collected : TextSink
-{
-    QByteArray all;
-    void beginSource(const QString &) override {}
-    void text(QByteArrayView piece) override { all += piece; }
-};
-
 QByteArray markupText(const QList<QByteArrayView> &pieces)
 {
-    Collected sink;
+    fuzz::CollectedText sink;
     MarkupText markup(sink);
     for (const QByteArrayView piece : pieces)
         markup.feed(piece);

@@ -2,22 +2,11 @@
 
 #include "FuzzTarget.h"
 
-#include "scan/DocumentText.h"
+#include "CollectedText.h"
 
 #include <QBuffer>
 
 using namespace corvane;
-
-namespace {
-
-struct Collected : TextSink
-{
-    QByteArray all;
-    void beginSource(const QString &) override {}
-    void text(QByteArrayView piece) override { all += piece; }
-};
-
-} // namespace
 
 // Reading ends with the text or a message, and hands on no more text than the limit and one
 // piece beyond it.
@@ -29,7 +18,7 @@ CORVANE_FUZZ_TARGET(office_text)
     DocumentLimits limits;
     limits.maxUnpackedBytes = 16 << 20;
     limits.maxTextBytes = 1 << 20;
-    Collected sink;
+    fuzz::CollectedText sink;
     const Result<bool> read = readOfficeText(buffer, sink, limits);
     CORVANE_EXPECT(read || !read.message().isEmpty());
     CORVANE_EXPECT(sink.all.size() <= limits.maxTextBytes + (64 << 10) + 1);

@@ -427,6 +427,17 @@ Result<QByteArrayView> WarcReader::readPayload()
     return QByteArrayView(m_piece.constData(), *got);
 }
 
+Result<void> WarcReader::readPayloadPieces(const std::function<bool(QByteArrayView)> &take)
+{
+    for (;;) {
+        const Result<QByteArrayView> piece = readPayload();
+        if (!piece)
+            return piece.error();
+        if (piece->isEmpty() || !take(*piece))
+            return {};
+    }
+}
+
 Result<void> forEachWarcResponse(QIODevice &device,
                                  const std::function<bool(const WarcResponse &)> &visit,
                                  const WarcLimits &limits)
@@ -449,14 +460,12 @@ Result<void> forEachWarcResponse(QIODevice &device,
         response.targetUri = reader.record().targetUri;
         response.status = (*head)->status;
         response.contentType = (*head)->contentType;
-        for (;;) {
-            const Result<QByteArrayView> piece = reader.readPayload();
-            if (!piece)
-                return piece.error();
-            if (piece->isEmpty())
-                break;
-            response.payload += *piece;
-        }
+        const Result<void> read = reader.readPayloadPieces([&](QByteArrayView piece) {
+            response.payload += piece;
+            return true;
+        });
+        if (!read)
+            return read;
         response.payloadCut = reader.payloadCut();
         if (!visit(response))
             return {};

@@ -85,6 +85,8 @@ public:
     // deflate content coding decoded; for any other block it is the block. A view into the
     // reader, valid until the next call.
     Result<QByteArrayView> readPayload();
+    // The rest of the payload, a piece at a time, to take; take returns false to stop there.
+    Result<void> readPayloadPieces(const std::function<bool(QByteArrayView piece)> &take);
     // The payload went on past maxPayloadBytes, or its coding broke off; what came is kept.
     bool payloadCut() const { return m_payloadCut; }
 

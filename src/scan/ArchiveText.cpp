@@ -44,16 +44,12 @@ Result<void> readWarcText(QIODevice &device, TextSink &sink, const DocumentLimit
         if (type != "response" && type != "resource" && type != "conversion")
             continue;
         sink.beginSource(reader.record().targetUri);
-        for (;;) {
-            const Result<QByteArrayView> piece = reader.readPayload();
-            if (!piece)
-                return piece.error();
-            if (piece->isEmpty())
-                break;
-            sink.text(*piece);
-            if (sink.stopRequested())
-                return {};
-        }
+        const Result<void> read = reader.readPayloadPieces([&sink](QByteArrayView piece) {
+            sink.text(piece);
+            return !sink.stopRequested();
+        });
+        if (!read)
+            return read;
     }
 }
 

@@ -102,8 +102,13 @@ Result<bool> readOfficeText(QIODevice &device, TextSink &sink, const DocumentLim
     for (const QString &name : std::as_const(names)) {
         if (!isTextPart(family, name))
             continue;
+        // What came before the trouble is the document's text: it is handed on first.
+        const auto stop = [&](const QString &problem) {
+            markup.finish();
+            return fail(problem);
+        };
         const auto damaged = [&] {
-            return fail(QStringLiteral("its part %1 is damaged").arg(name));
+            return stop(QStringLiteral("its part %1 is damaged").arg(name));
         };
         if (!zip.setCurrentFile(name))
             return damaged();
@@ -120,11 +125,11 @@ Result<bool> readOfficeText(QIODevice &device, TextSink &sink, const DocumentLim
                 break;
             unpacked += got;
             if (unpacked > limits.maxUnpackedBytes)
-                return fail(QStringLiteral("it unpacks to more than %1 (a zip bomb?)")
+                return stop(QStringLiteral("it unpacks to more than %1 (a zip bomb?)")
                                 .arg(sizeInWords(limits.maxUnpackedBytes)));
             markup.feed(QByteArrayView(chunk.constData(), got));
             if (markup.textBytes() > limits.maxTextBytes)
-                return fail(QStringLiteral("its text is longer than %1")
+                return stop(QStringLiteral("its text is longer than %1")
                                 .arg(sizeInWords(limits.maxTextBytes)));
         }
         markup.finish();

@@ -135,16 +135,21 @@ TEST(DocumentText, HostileDocumentsEndWithAMessage)
     limits.maxUnpackedBytes = 8 << 20;
     limits.maxTextBytes = 1 << 20;
 
-    // A zip bomb: a few kilobytes on disk, far more unpacked; the reading stops at the limit.
+    // A zip bomb: a few kilobytes on disk, far more unpacked; the reading stops at the limit,
+    // and the text before it is kept.
     int chunks = 0;
-    writeZip(
-        dir.filePath("bomb.docx"), {{"[Content_Types].xml", "<Types/>"}}, "word/document.xml",
-        [&] { return ++chunks <= 64 ? QByteArray("<w:b/>").repeated(1 << 17) : QByteArray(); });
+    writeZip(dir.filePath("bomb.docx"), {{"[Content_Types].xml", "<Types/>"}}, "word/document.xml",
+             [&] {
+                 if (++chunks == 1)
+                     return QByteArray("<w:t>kept@firm.com</w:t>");
+                 return chunks <= 65 ? QByteArray("<w:b/>").repeated(1 << 17) : QByteArray();
+             });
     ASSERT_LT(QFile(dir.filePath("bomb.docx")).size(), 1 << 20);
     Collected bombText;
     const Result<bool> bomb = officeText(dir.filePath("bomb.docx"), bombText, limits);
     EXPECT_TRUE(bomb.message().contains("unpacks to more than 8 MiB"))
         << bomb.message().toStdString();
+    EXPECT_EQ(bombText.addresses(), QList<QByteArray>{"kept@firm.com"});
 
     int textChunks = 0;
     writeZip(dir.filePath("long.docx"), {}, "word/document.xml",

@@ -1,5 +1,6 @@
 #include "exchange/WarcWriter.h"
 
+#include "common/HttpStatus.h"
 #include "exchange/WarcStreams.h"
 
 #include <QCryptographicHash>
@@ -64,25 +65,6 @@ QByteArray warcDate(const QDateTime &when)
     return utc.toString(QStringLiteral("yyyy-MM-ddTHH:mm:ssZ")).toLatin1();
 }
 
-// The HTTP reason phrases a browser shows; others get a neutral word.
-QByteArray reasonPhrase(int status)
-{
-    switch (status) {
-    case 200:
-        return "OK";
-    case 301:
-        return "Moved Permanently";
-    case 302:
-        return "Found";
-    case 304:
-        return "Not Modified";
-    case 404:
-        return "Not Found";
-    default:
-        return status < 400 ? "OK" : "Error";
-    }
-}
-
 } // namespace
 
 QByteArray warcSha1Digest(const QByteArray &bytes)
@@ -126,8 +108,8 @@ Result<void> WarcWriter::writeWarcinfo(const QString &fileName, const Fields &fi
 
 Result<void> WarcWriter::writeResponse(const WarcPage &page)
 {
-    QByteArray block =
-        "HTTP/1.1 " + QByteArray::number(page.status) + ' ' + reasonPhrase(page.status) + "\r\n";
+    QByteArray block = "HTTP/1.1 " + QByteArray::number(page.status) + ' ' +
+                       httpReasonPhrase(page.status) + "\r\n";
     if (!page.contentType.isEmpty())
         block += "Content-Type: " + headerValue(page.contentType) + "\r\n";
     block += "Content-Length: " + QByteArray::number(page.body.size()) + "\r\n\r\n";

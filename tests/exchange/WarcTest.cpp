@@ -144,7 +144,8 @@ TEST(Warc, WrittenArchivesReadBackWholeInWarcio)
     const char *missing = nullptr;
     if (node.isEmpty())
         missing = "node is not installed; the warcio check needs it";
-    else if (!QFile::exists(sourceDir() + QStringLiteral("/tests/exchange/warcio/node_modules/warcio")))
+    else if (!QFile::exists(sourceDir() +
+                            QStringLiteral("/tests/exchange/warcio/node_modules/warcio")))
         missing = "warcio is not installed: run scripts/setup (npm ci in tests/exchange/warcio)";
     // CI sets CORVANE_REQUIRE_WARCIO: there the check must run.
     if (missing && qEnvironmentVariableIsSet("CORVANE_REQUIRE_WARCIO"))

@@ -1,12 +1,17 @@
-// corvane-cli scan PATH... [--types .txt,.htm] [--depth N] [--out FILE]
+// corvane-cli scan PATH... [--types .txt,.htm] [--depth N] [--out FILE] [--sources]
 //
 // Extracts leads from files and folder trees as the leads scan window does: a file named
 // on the command line is read whatever its type; the files of a folder are read when their
-// type is listed (--types, else the stored list of the leads scan; ".***" means every
-// file). Leads that pass the ending rule are printed one per line in order of discovery, or
-// written as a lead file with --out (exactly that file, replaced if it exists). Files and
-// folders that cannot be read are reported on stderr and the scan goes on; the exit code is
-// then 1.
+// type is listed (--types, else the checked types of the leads scan's stored list; ".***"
+// means every file; a type is four characters, or one of the document types such as .docx
+// and .warc.gz, which match the end of a name). Each file is read by its content: web
+// archives, gzip files, office documents and PDF give their text, any other file its raw
+// bytes. Leads that pass the ending rule are
+// printed one per line in order of discovery (with --sources followed by a tab and where the
+// lead was found: the file, or the archived page's address), or written as a lead file with
+// --out (exactly that file, replaced if it exists). Files and folders that cannot be read,
+// and documents read only in part, are reported on stderr and the scan goes on; the exit
+// code is then 1.
 
 #include "Command.h"
 
@@ -33,7 +38,9 @@ int runScan(const QStringList &args)
                                          QStringLiteral("N"));
     const QCommandLineOption outOption(QStringLiteral("out"), QStringLiteral("write a lead file"),
                                        QStringLiteral("FILE"));
-    parser.addOptions({typesOption, depthOption, outOption});
+    const QCommandLineOption sourcesOption(
+        QStringLiteral("sources"), QStringLiteral("print where each lead was found after a tab"));
+    parser.addOptions({typesOption, depthOption, outOption, sourcesOption});
     parser.addPositionalArgument(QStringLiteral("PATH"),
                                  QStringLiteral("files and folders to scan"));
     if (!parser.parse(QStringList{QStringLiteral("scan")} + args))
@@ -59,7 +66,7 @@ int runScan(const QStringList &args)
         types.clear();
         for (const QString &entry : parser.value(typesOption).split(QLatin1Char(','))) {
             const QString type = entry.trimmed();
-            if (type.size() != 4)
+            if (type.size() != 4 && !FileTypeList::kDocumentTypes.contains(type))
                 return usageError(
                     QStringLiteral("--types: \"%1\": %2").arg(type, FileTypeList::kLengthMessage));
             types.insert(type);
@@ -91,8 +98,12 @@ int runScan(const QStringList &args)
             return failure(written.message());
     } else {
         QString text;
-        for (const QString &lead : leads)
-            text += lead + QLatin1Char('\n');
+        for (qsizetype row = 0; row < leads.size(); ++row) {
+            text += leads[row];
+            if (parser.isSet(sourcesOption))
+                text += QLatin1Char('\t') + scan.leadSource(row);
+            text += QLatin1Char('\n');
+        }
         writeOut(text);
     }
     return complete ? kExitOk : kExitFailed;

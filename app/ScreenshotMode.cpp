@@ -1,9 +1,9 @@
 #include "ScreenshotMode.h"
 
-#include "analysis/AnalysisContext.h"
 #include "engine/ConnectionProbe.h"
 #include "engine/CrawlController.h"
 #include "engine/DemoWebServer.h"
+#include "engine/HarvestJob.h"
 #include "engine/ResumeController.h"
 #include "ui/BookmarkImportDialog.h"
 #include "ui/DeleteConfirmDialog.h"
@@ -19,6 +19,7 @@
 #include "ui/VCardExportWindow.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDialog>
 #include <QEventLoop>
 #include <QGuiApplication>
@@ -115,8 +116,11 @@ std::unique_ptr<HarvestWindow> harvestAfterRun(DemoWebServer &web)
 {
     if (!web.start())
         return harvestWindow(4);
-    auto window = std::make_unique<HarvestWindow>(
-        HarvestWindow::Options{QUrl(web.url(QStringLiteral("/"))), CrawlProfile::Modern});
+    auto window = std::make_unique<HarvestWindow>();
+    window->findChild<QLineEdit *>(QStringLiteral("txtProbe"))
+        ->setText(web.url(QStringLiteral("/")));
+    window->findChild<QComboBox *>(QStringLiteral("cmbProfile"))
+        ->setCurrentText(crawlProfileName(CrawlProfile::Modern));
     window->findChild<QRadioButton *>(QStringLiteral("optSearchType2"))->click();
     window->findChild<QLineEdit *>(QStringLiteral("txtURL"))
         ->setText(web.url(QStringLiteral("/coastal/")));
@@ -169,7 +173,7 @@ int takeScreenshot(const QString &name, const QString &outFile, QWidget *(*start
 {
     // Parts some windows work on; they outlive the window.
     DemoWebServer web;
-    AnalysisContext context;
+    HarvestJob job;
     ConnectionProbe probe;
     ResumeController resume(probe, RealTimerSource::instance());
     const QStringList harvestTabs = {QStringLiteral("harvest"), QStringLiteral("harvest-keywords"),
@@ -184,7 +188,7 @@ int takeScreenshot(const QString &name, const QString &outFile, QWidget *(*start
     } else if (name == QLatin1String("resume")) {
         window = std::make_unique<ResumeDialog>(resume);
     } else if (name == QLatin1String("import")) {
-        window = std::make_unique<BookmarkImportDialog>(context);
+        window = std::make_unique<BookmarkImportDialog>(job);
     } else if (name == QLatin1String("start")) {
         window.reset(startWindow());
     } else if (name == QLatin1String("msgbox")) {

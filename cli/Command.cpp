@@ -40,6 +40,15 @@ Result<CrawlProfile> chosenProfile(const QCommandLineParser &parser)
     return fail(QStringLiteral("--profile must be classic or modern, not \"%1\"").arg(name));
 }
 
+Result<EmailTypeMode> emailTypeMode(const QCommandLineParser &parser)
+{
+    const bool excluded = !parser.values(QStringLiteral("exclude-type")).isEmpty();
+    const bool included = !parser.values(QStringLiteral("include-type")).isEmpty();
+    if (excluded && included)
+        return fail(QStringLiteral("--exclude-type and --include-type cannot be combined"));
+    return included ? EmailTypeMode::Include : EmailTypeMode::Exclude;
+}
+
 int usageError(const QString &message)
 {
     writeErr(QStringLiteral("corvane-cli: %1\n").arg(message));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "analysis/LeadFilters.h"
 #include "common/CrawlProfile.h"
 #include "common/Result.h"
 
@@ -48,6 +49,10 @@ int failure(const QString &message);
 QCommandLineOption profileOption();
 // The profile chosen with profileOption(), classic when not given; a usage message otherwise.
 Result<CrawlProfile> chosenProfile(const QCommandLineParser &parser);
+
+// --exclude-type and --include-type choose which e-mail type list is in force; giving both is
+// refused.
+Result<EmailTypeMode> emailTypeMode(const QCommandLineParser &parser);
 
 // Writes UTF-8 text to stdout / stderr without a trailing newline.
 void writeOut(const QString &text);

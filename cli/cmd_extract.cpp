@@ -47,10 +47,10 @@ int runExtract(const QStringList &args)
     filters.excludedDomains = parser.values(QStringLiteral("exclude-domain"));
     filters.excludedTypes = parser.values(QStringLiteral("exclude-type"));
     filters.includedTypes = parser.values(QStringLiteral("include-type"));
-    if (!filters.excludedTypes.isEmpty() && !filters.includedTypes.isEmpty())
-        return usageError(QStringLiteral("--exclude-type and --include-type cannot be combined"));
-    filters.typeMode =
-        filters.includedTypes.isEmpty() ? EmailTypeMode::Exclude : EmailTypeMode::Include;
+    const Result<EmailTypeMode> typeMode = emailTypeMode(parser);
+    if (!typeMode)
+        return usageError(typeMode.message());
+    filters.typeMode = *typeMode;
     if (parser.isSet(QStringLiteral("limit"))) {
         bool ok = false;
         const int limit = parser.value(QStringLiteral("limit")).toInt(&ok);

@@ -8,6 +8,12 @@ if(CORVANE_SANITIZE)
     add_compile_options(-fsanitize=address,undefined -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
     add_link_options(-fsanitize=address,undefined)
 endif()
+if(CORVANE_FUZZ_INSTRUMENTED)
+    # Coverage for libFuzzer in every library; the fuzzer programs add libFuzzer's main.
+    add_compile_options(-fsanitize=fuzzer-no-link,address,undefined -fno-omit-frame-pointer
+                        -fno-sanitize-recover=undefined)
+    add_link_options(-fsanitize=address,undefined)
+endif()
 
 # corvane_library(NAME [AUTOMOC] SOURCES ... DEPS ...)
 # One static library per subsystem folder, named corvane_<NAME>, include root at src/.

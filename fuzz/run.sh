@@ -1,19 +1,37 @@
 #!/usr/bin/env bash
-# Builds the DNS reply reader under libFuzzer and runs it for a while.
-#   fuzz/run.sh [WORKDIR] [SECONDS]      (CXX picks the clang, default clang++)
-# The seed replies in fuzz/corpus/mx_reply are read but never written; new finds go to
-# WORKDIR/corpus, crashes to WORKDIR.
+# Runs one fuzzer over its seeds and past finds for a while.
+#   fuzz/run.sh FUZZER WORKDIR [SECONDS] [MAX_LEN] [more libFuzzer options...]
+# FUZZER is a built fuzz_<target> program (the build's corvane_fuzzers target makes them in
+# <build>/fuzz-clang/bin). fuzz/corpus/<target> and fuzz/regressions/<target> are read, never
+# written; new inputs go to WORKDIR/corpus, and an input that breaks a rule, hangs or runs out
+# of memory is saved in WORKDIR.
+#
+# The limits make "never hangs, never exhausts memory" checkable: an input of at most MAX_LEN
+# bytes (64 KiB at most) gets 10 seconds where a linear reader needs milliseconds, one
+# allocation of at most 64 MB and 384 MB in all. A fuzzer idles at about 40 MB and holds its
+# corpus in memory, which after a few minutes stays below 150 MB; ASan's quarantine of freed
+# memory is kept small so that it does not count against the reader.
 set -euo pipefail
+fuzzer=$1
+work=$2
+seconds=${3:-10}
+max_len=${4:-65536}
+shift $(($# < 4 ? $# : 4))
 here=$(cd "$(dirname "$0")" && pwd)
-root=$(dirname "$here")
-work=${1:-$root/build/fuzz}
-seconds=${2:-20}
-cxx=${CXX:-clang++}
+target=$(basename "$fuzzer")
+target=${target#fuzz_}
+
 mkdir -p "$work/corpus"
-"$cxx" -std=c++20 -g -O1 -fPIC -fsanitize=fuzzer,address,undefined \
-    -I"$root/src" -I"$here" $(pkg-config --cflags Qt6Core) \
-    "$here/mx_reply_fuzzer.cpp" "$root/src/verify/DnsMessage.cpp" "$root/src/common/Cp1252.cpp" \
-    $(pkg-config --libs Qt6Core) -o "$work/mx_reply_fuzzer"
-cd "$work"
-exec ./mx_reply_fuzzer -max_total_time="$seconds" -max_len=1500 -timeout=5 -rss_limit_mb=1024 \
-    -print_final_stats=1 "$work/corpus" "$here/corpus/mx_reply"
+inputs=("$work/corpus" "$here/corpus/$target")
+[ -d "$here/regressions/$target" ] && inputs+=("$here/regressions/$target")
+options=(-max_total_time="$seconds" -max_len="$max_len" -timeout=10 -rss_limit_mb=384
+    -malloc_limit_mb=64 -print_final_stats=1 -artifact_prefix="$work/")
+[ -f "$here/dict/$target.dict" ] && options+=(-dict="$here/dict/$target.dict")
+# Record files are rewritten through fsync'ed temporary files; on a memory file system the
+# targets' temporary folders cost no disk round trips.
+[ -z "${TMPDIR:-}" ] && [ -w /dev/shm ] && export TMPDIR=/dev/shm
+# Appended, so they win over options a caller set for the other tests (leaks are wanted here:
+# memory kept after each input is memory a long run runs out of).
+export ASAN_OPTIONS="${ASAN_OPTIONS:+$ASAN_OPTIONS:}quarantine_size_mb=16:detect_leaks=1"
+export UBSAN_OPTIONS="${UBSAN_OPTIONS:+$UBSAN_OPTIONS:}print_stacktrace=1:halt_on_error=1"
+exec "$fuzzer" "${options[@]}" "$@" "${inputs[@]}"

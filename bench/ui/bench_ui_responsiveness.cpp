@@ -26,6 +26,7 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QLabel>
+#include <QLineEdit>
 #include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
@@ -176,8 +177,9 @@ int main(int argc, char **argv)
         return 1;
     }
 
-    HarvestWindow window(
-        HarvestWindow::Options{QUrl(site.url(QStringLiteral("/"))), CrawlProfile::Modern});
+    HarvestWindow window;
+    control<QLineEdit>(window, "txtProbe")->setText(site.url(QStringLiteral("/")));
+    control<QComboBox>(window, "cmbProfile")->setCurrentText(QStringLiteral("modern"));
     const QStringList size = parser.value(sizeOption).split(QLatin1Char('x'));
     window.resize(size.value(0).toInt(), size.value(1).toInt());
     window.show();

@@ -71,7 +71,8 @@ qsizetype SplitAnchors(AnalysisContext &ctx, QStringView text, const AnchorParse
 QString ParseResultAnchor(AnalysisContext &ctx, const QString &anchor)
 {
     const QString value = hrefValue(anchor);
-    if (value.contains(QLatin1Char('+')) || value.contains(u"mailto:", Qt::CaseInsensitive))
+    if (value.contains(QLatin1Char('+')) || value.contains(u"mailto:", Qt::CaseInsensitive) ||
+        value.size() > kMaxLinkLength)
         return value;
     if (containsAny(value, ctx.filters.excludedDomains))
         return value;
@@ -125,7 +126,8 @@ QString ParseDetailAnchor(AnalysisContext &ctx, const QString &host, const QStri
         link = host + QLatin1Char('/') + value;
 
     const qsizetype shift = schemeShift(link, ctx.profile);
-    if (link.contains(u"javascript", Qt::CaseInsensitive) || link.contains(QLatin1Char('@')))
+    if (link.size() > kMaxLinkLength || link.contains(u"javascript", Qt::CaseInsensitive) ||
+        link.contains(QLatin1Char('@')))
         return value;
     // A second "http" after the scheme: a redirect link carrying another URL.
     if (inStr(8 + shift, link, u"http", Qt::CaseInsensitive) > 0)

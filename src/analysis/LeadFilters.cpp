@@ -40,16 +40,36 @@ bool AddressFilterList::admits(const QString &address) const
     return admits(QByteArrayView(address.toUtf8()));
 }
 
+QStringList readAddressFilterFragments(QStringView fileText)
+{
+    QStringList fragments;
+    for (const QStringView line : fileText.split(QLatin1Char('\n'))) {
+        const QStringView content = line.trimmed();
+        if (content.isEmpty() || content.startsWith(QLatin1Char(';')))
+            continue;
+        for (const QStringView piece : content.split(QLatin1Char('#'))) {
+            const QStringView fragment = piece.trimmed();
+            if (!fragment.isEmpty())
+                fragments.append(fragment.toString());
+        }
+    }
+    return fragments;
+}
+
+AddressFilterList AddressFilterList::fromFile(const QString &path)
+{
+    constexpr qint64 kMaxFileBytes = 4 * 1024 * 1024; // a hand-edited list, not a data dump
+    QFile file(path);
+    if (path.isEmpty() || !file.open(QIODevice::ReadOnly))
+        return AddressFilterList();
+    const QStringList fragments = readAddressFilterFragments(fromCp1252(file.read(kMaxFileBytes)));
+    return AddressFilterList(
+        fragments.isEmpty() ? QString() : fragments.join(QLatin1Char('#')) + QLatin1Char('#'));
+}
+
 AddressFilterList AddressFilterList::bundled()
 {
-    QFile file(DataFolder::locate(QStringLiteral("search/address-filters.txt")));
-    if (!file.open(QIODevice::ReadOnly))
-        return AddressFilterList();
-    // The file may spread the list over several lines for readability; line breaks are
-    // not part of any fragment.
-    QByteArray bytes = file.readAll();
-    bytes.replace('\r', QByteArray()).replace('\n', QByteArray());
-    return AddressFilterList(fromCp1252(bytes));
+    return fromFile(DataFolder::locate(QStringLiteral("search/address-filters.txt")));
 }
 
 } // namespace corvane

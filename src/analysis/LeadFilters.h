@@ -33,8 +33,11 @@ public:
     bool admits(QByteArrayView address) const;
     bool admits(const QString &address) const;
 
+    // An address filter file, read as readAddressFilterFragments() reads it. Empty when
+    // the file cannot be read.
+    static AddressFilterList fromFile(const QString &path);
     // The bundled list (search/address-filters.txt, overridable in the data folder): every
-    // common generic and country ending. Empty when the file cannot be read.
+    // common generic and country ending.
     static AddressFilterList bundled();
 
 private:
@@ -43,8 +46,25 @@ private:
     FragmentSearch m_search; // over the lower-cased fragments
 };
 
+// The fragments of an address filter file. Lines whose first character other than blanks
+// and tabs is ";" are comments; a fragment ends with "#" or with its line, so the list may
+// be spread over lines; blanks and tabs around a fragment are dropped, and empty fragments
+// are skipped.
+QStringList readAddressFilterFragments(QStringView fileText);
+
 // Which e-mail type list is in force (`optExclude`). None accepts no lead at all.
 enum class EmailTypeMode { Exclude, Include, None };
+
+// The user's own choices among the filters: the checked entries of the three lists and the
+// e-mail type list in force.
+struct UserLeadFilters
+{
+    QStringList excludedDomains;
+    EmailTypeMode typeMode = EmailTypeMode::Exclude;
+    QStringList excludedTypes;
+    QStringList includedTypes;
+    bool operator==(const UserLeadFilters &) const = default;
+};
 
 // The user's lead filters as they stand when a page is examined. Only the checked entries of
 // the window's lists belong here; the window (or the command line) collects them.
@@ -61,6 +81,14 @@ struct LeadFilters
     QStringList includedTypes;
     // `cmbEmail`: accept while lead set size + 1 <= leadLimit.
     qint64 leadLimit = std::numeric_limits<qint32>::max();
+
+    void setUserFilters(const UserLeadFilters &user)
+    {
+        excludedDomains = user.excludedDomains;
+        typeMode = user.typeMode;
+        excludedTypes = user.excludedTypes;
+        includedTypes = user.includedTypes;
+    }
 };
 
 } // namespace corvane

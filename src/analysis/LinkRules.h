@@ -10,6 +10,11 @@
 // 1-based string functions so the rules read like the behaviour they keep.
 namespace corvane::link_rules {
 
+// No link longer than this is queued or listed. Servers refuse longer request lines anyway,
+// and a page address of megabytes joined to each of a page's relative links would otherwise
+// cost its length once per link.
+inline constexpr qsizetype kMaxLinkLength = 2048;
+
 // 1-based position of needle in text at or after start, 0 when absent; an empty needle is
 // found at start (as long as start lies within text + 1).
 qsizetype inStr(qsizetype start, QStringView text, QStringView needle,

@@ -4,6 +4,8 @@
 #include "analysis/EmailMatcher.h"
 #include "analysis/LinkRules.h"
 
+#include <optional>
+
 namespace corvane {
 
 using namespace link_rules;
@@ -55,22 +57,27 @@ void forEachHrefMatch(QStringView content, Fn &&fn)
     }
 }
 
-// A relative link t joined to root: "/x" -> root/x, "../x" -> root/x, "x" -> root/x.
-QString joinRelative(const QString &root, QStringView t)
+// A relative link t joined to root: "/x" -> root/x, "../x" -> root/x, "x" -> root/x. Nothing
+// when the link would be too long to queue; the length is known before anything is copied.
+std::optional<QString> joinRelative(const QString &root, QStringView t)
 {
+    QStringView separator;
+    QStringView rest = t;
+    if (t.startsWith(u"../"))
+        rest = t.mid(2);
+    else if (!t.startsWith(QLatin1Char('/')))
+        separator = u"/";
+    if (root.size() + separator.size() + rest.size() > kMaxLinkLength)
+        return std::nullopt;
     QString link = root;
-    if (t.startsWith(QLatin1Char('/')))
-        link += t;
-    else if (t.startsWith(u"../"))
-        link += t.mid(2);
-    else
-        link += QLatin1Char('/') + t.toString();
+    link += separator;
+    link += rest;
     return link;
 }
 
 void listOnce(AnalysisContext &ctx, TextListModel &list, const QString &url)
 {
-    if (ctx.seenUrls.contains(url))
+    if (url.size() > kMaxLinkLength || ctx.seenUrls.contains(url))
         return;
     ctx.seenUrls.add(url);
     list.append(url);
@@ -103,7 +110,8 @@ QString PageAnalyser::FetchURLLinks(const QString &content, const QString &base)
         }
         if (baseHasAt || t.contains(QLatin1Char('@')))
             return;
-        listOnce(m_ctx, m_ctx.lstResult, joinRelative(base, t));
+        if (const std::optional<QString> link = joinRelative(base, t))
+            listOnce(m_ctx, m_ctx.lstResult, *link);
     });
     return QStringLiteral("Sucess");
 }
@@ -116,12 +124,12 @@ QString PageAnalyser::FetchURLDetails(const QString &content, const QString &bas
     const TextListModel::Batch batch(m_ctx.lstDetails);
     forEachHrefMatch(content, [&](QStringView match, QStringView t) {
         if (!containsWebScheme(match, m_ctx.profile)) {
-            const QString link = joinRelative(host, t);
-            if (containsAny(link, excluded) || m_ctx.seenUrls.contains(link) ||
-                isBareWww(link, m_ctx.profile) || trimBlanks(link).isEmpty() || hostHasAt ||
+            const std::optional<QString> link = joinRelative(host, t);
+            if (!link || containsAny(*link, excluded) || m_ctx.seenUrls.contains(*link) ||
+                isBareWww(*link, m_ctx.profile) || trimBlanks(*link).isEmpty() || hostHasAt ||
                 t.contains(QLatin1Char('@')))
                 return;
-            listOnce(m_ctx, m_ctx.lstDetails, link);
+            listOnce(m_ctx, m_ctx.lstDetails, *link);
             return;
         }
         // Same site: the host occurs somewhere in the link.

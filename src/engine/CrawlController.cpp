@@ -15,8 +15,6 @@
 namespace corvane {
 
 namespace {
-constexpr int kDefaultPageTimeoutSeconds = 30;
-
 void startIfIdle(Timer &timer, int intervalMs)
 {
     if (!timer.isActive())
@@ -45,10 +43,8 @@ QString crawlStateName(CrawlState state)
     return {};
 }
 
-CrawlController::CrawlController(HarvestJob &job, CrawlProfile profile, const Parts &parts,
-                                 QObject *parent)
-    : QObject(parent), m_job(job), m_profile(profile), m_parts(parts),
-      m_crawlTimer(parts.timers->createTimer())
+CrawlController::CrawlController(HarvestJob &job, const Parts &parts, QObject *parent)
+    : QObject(parent), m_job(job), m_parts(parts), m_crawlTimer(parts.timers->createTimer())
 {
     m_monitor = std::make_unique<RunMonitor>(*parts.timers, [this] {
         RunLimitInputs in;
@@ -77,6 +73,8 @@ CrawlController::CrawlController(HarvestJob &job, CrawlProfile profile, const Pa
     connect(m_resume.get(), &ResumeController::processLinksRequested, this,
             &CrawlController::ProcessLinks);
     connect(m_resume.get(), &ResumeController::stopRequested, this, &CrawlController::Stop);
+    connect(m_resume.get(), &ResumeController::dialogClosed, this,
+            &CrawlController::returnFromConnectionQuestion);
     connect(m_resume.get(), &ResumeController::stateChanged, this,
             [this](ResumeController::State resumeState) {
                 if (!isRunning())
@@ -101,7 +99,7 @@ bool CrawlController::crawlTimerRunning() const
 
 int CrawlController::crawlIntervalMs() const
 {
-    return crawl::crawlTickMs(m_pageTimeoutMs);
+    return crawl::crawlTickMs(m_settings.pageTimeoutMs);
 }
 
 void CrawlController::setState(CrawlState state)
@@ -114,21 +112,17 @@ void CrawlController::setState(CrawlState state)
 
 void CrawlController::startCrawlTimer()
 {
-    startIfIdle(*m_crawlTimer, crawl::crawlTickMs(m_pageTimeoutMs));
+    startIfIdle(*m_crawlTimer, crawl::crawlTickMs(m_settings.pageTimeoutMs));
 }
 
-void CrawlController::Start()
+void CrawlController::Start(const CrawlSettings &settings)
 {
+    m_settings = settings;
     m_monitor->start();
-    m_stopEnabled = true;
-    m_startEnabled = false;
-    m_saveLeadsEnabled = false;
     m_resume->runStarted();
-    const int seconds = m_job.pageTimeout.trimmed().toInt();
-    m_pageTimeoutMs = (seconds > 0 ? seconds : kDefaultPageTimeoutSeconds) * 1000;
     // A timer given its interval ticks; a resumed run must tick too, or a run stopped with
     // only main pages queued would never take its next burst.
-    m_crawlTimer->start(crawl::crawlTickMs(m_pageTimeoutMs));
+    m_crawlTimer->start(crawl::crawlTickMs(m_settings.pageTimeoutMs));
     setState(CrawlState::Running);
 
     if (m_stopped) {
@@ -153,7 +147,7 @@ void CrawlController::startNewRun(bool connected)
     if (m_job.searchType == SearchType::SearchEngines)
         m_parts.analysis->setFirstPagePending(true);
     if (m_parts.analysis->mainQueueSize() == 0)
-        m_downloadingVisible = true;
+        m_waitingForFirstPages = true;
     emit progress();
 }
 
@@ -167,19 +161,12 @@ void CrawlController::loadAddressFilterList()
 
 void CrawlController::Stop()
 {
-    if (!m_limitReached) {
-        m_monitor->stop();
-        m_crawlTimer->stop();
-        m_saveLeadsEnabled = true;
-        m_startEnabled = true;
-        m_stopped = true;
+    m_monitor->stop();
+    m_crawlTimer->stop();
+    // After a limit the run is over for good; otherwise the next Start resumes it.
+    m_stopped = !m_limitReached;
+    if (!m_limitReached)
         setState(CrawlState::Stopped);
-    } else {
-        m_saveLeadsEnabled = true;
-        m_monitor->stop();
-        m_crawlTimer->stop();
-        m_stopped = false;
-    }
     emit progress();
 }
 
@@ -190,21 +177,20 @@ void CrawlController::ProcessLinks()
     runSourceStep();
 }
 
-void CrawlController::windowActivated()
+void CrawlController::returnFromConnectionQuestion()
 {
-    // The answer to the connection question is kept, so every activation would bring the
-    // timers back; only a run that is still under way may be woken, never a stopped or ended one.
-    if (m_state != CrawlState::Running && m_state != CrawlState::WaitingForConnection)
+    // Only a run that is still under way may be woken, never one the answer stopped.
+    if (!isRunning())
         return;
-    switch (m_resume->windowActivated()) {
-    case ResumeController::ActivationAction::Nothing:
+    switch (m_resume->actionAfterQuestion()) {
+    case ResumeController::ReturnAction::Nothing:
         return;
-    case ResumeController::ActivationAction::EnableTimers:
+    case ResumeController::ReturnAction::EnableTimers:
         if (!m_monitor->isActive())
             m_monitor->start();
         startCrawlTimer();
         return;
-    case ResumeController::ActivationAction::EnableTimersAndProcessLinks:
+    case ResumeController::ReturnAction::EnableTimersAndProcessLinks:
         if (!m_monitor->isActive())
             m_monitor->start();
         startCrawlTimer();
@@ -270,7 +256,7 @@ void CrawlController::stepBody()
             emit message(*warning);
     }
     if (m_parts.analysis->mainQueueSize() > 0)
-        m_downloadingVisible = false;
+        m_waitingForFirstPages = false;
     runSourceStep();
     emit progress();
 }
@@ -280,9 +266,6 @@ void CrawlController::endAtLimit(const QString &text)
     emit message(text);
     m_limitReached = true;
     Stop();
-    m_monitor->stop();
-    m_crawlTimer->stop();
-    m_startEnabled = false;
     setState(CrawlState::EndedByLimit);
     emit finished(text);
 }
@@ -301,9 +284,6 @@ void CrawlController::endRun(SourceEnd how)
     const QString text = QString::fromLatin1(kSingleUrlDoneMessage);
     emit message(text);
     Stop();
-    m_crawlTimer->stop();
-    m_monitor->stop();
-    m_startEnabled = false;
     setState(CrawlState::EndedBySingleUrl);
     emit finished(text);
 }
@@ -313,7 +293,7 @@ void CrawlController::endRun(SourceEnd how)
 void CrawlController::startDownload(const QString &url, int slot)
 {
     ++m_pending;
-    m_parts.downloader->Download(url, m_pageTimeoutMs, slot);
+    m_parts.downloader->Download(url, m_settings.pageTimeoutMs, slot);
 }
 
 void CrawlController::DownloadNextPage(const QString &url)
@@ -372,6 +352,7 @@ void CrawlController::onDownloadComplete(int slot, const QString &url, const QBy
     const QString text = fromCp1252(body);
     if (group && !QStringView(text).trimmed().isEmpty()) { // a view copies no page
         m_burstHadBody = true;
+        refreshUserFilters();
         CrawlAnalysis &analysis = *m_parts.analysis;
         const bool engines = m_job.searchType == SearchType::SearchEngines;
         const bool leadsWanted = !m_job.excludeEmailExtraction && text.contains(QLatin1Char('@'));
@@ -393,8 +374,10 @@ void CrawlController::onDownloadComplete(int slot, const QString &url, const QBy
             if (leadsWanted)
                 analysis.ExtractEmails(*group, text);
             if (m_job.buildKnowledgeBase && m_parts.store) {
-                if (const auto problem = m_parts.store->SaveTaxonomy(url.trimmed(), body))
-                    emit message(*problem);
+                for (const QString &problem : m_parts.store->SaveTaxonomy(url.trimmed(), body)) {
+                    ++m_storeProblems;
+                    emit storeProblem(problem);
+                }
             }
         }
         emit progress();
@@ -402,7 +385,7 @@ void CrawlController::onDownloadComplete(int slot, const QString &url, const QBy
     if (m_pending > 0)
         return;
     emit allPagesBack();
-    if (m_profile == CrawlProfile::Modern)
+    if (m_settings.profile == CrawlProfile::Modern)
         chainNextBurst();
 }
 
@@ -421,7 +404,7 @@ void CrawlController::chainNextBurst()
             if (!isRunning() || !m_crawlTimer->isActive() || m_pending > 0)
                 return;
             // The tick stays the upper bound, counted from this burst.
-            m_crawlTimer->start(crawl::crawlTickMs(m_pageTimeoutMs));
+            m_crawlTimer->start(crawl::crawlTickMs(m_settings.pageTimeoutMs));
             const bool provenOnline = m_burstHadBody && m_state == CrawlState::Running;
             m_burstHadBody = false;
             if (provenOnline)
@@ -452,31 +435,36 @@ qsizetype CrawlController::linkQueueSize() const
 
 std::optional<SelectedEngine> CrawlController::takeSelectedEngine()
 {
-    for (EngineChoice &entry : m_job.engines) {
-        if (entry.selected) {
-            entry.selected = false;
-            return SelectedEngine{entry.number, EngineEntry::addressOfLine(entry.text)};
-        }
-    }
-    return std::nullopt;
+    const qsizetype row = m_job.engines.firstMarked();
+    if (row < 0)
+        return std::nullopt;
+    m_job.engines.setMarked(row, false);
+    const JobListEntry &engine = m_job.engines.at(row);
+    return SelectedEngine{engine.number, engine.address};
 }
 
 std::optional<SelectedKeyword> CrawlController::selectedKeywordFrom(int index) const
 {
-    for (int i = qMax(0, index); i < m_job.keywords.size(); ++i) {
-        if (m_job.keywords[i].selected)
-            return SelectedKeyword{i, m_job.keywords[i].text};
-    }
-    return std::nullopt;
+    const qsizetype row = m_job.keywords.firstMarked(index);
+    if (row < 0)
+        return std::nullopt;
+    return SelectedKeyword{int(row), m_job.keywords.at(row).text};
 }
 
 std::optional<QString> CrawlController::takeSelectedStartUrl()
 {
-    for (qsizetype i = 0; i < m_job.urlList.size(); ++i) {
-        if (m_job.urlList[i].selected)
-            return m_job.urlList.takeAt(i).text;
-    }
-    return std::nullopt;
+    const qsizetype row = m_job.urlList.firstMarked();
+    if (row < 0)
+        return std::nullopt;
+    return m_job.urlList.takeAt(row).text;
+}
+
+void CrawlController::refreshUserFilters()
+{
+    // A limit being retyped mid-run keeps the last one that read as a number.
+    if (const Result<qint32> limit = toInt32(m_job.maxLeads, {}))
+        m_leadLimit = *limit;
+    m_parts.analysis->setUserFilters(userLeadFilters(m_job), m_leadLimit);
 }
 
 QString CrawlController::BuildQueryURL(int resultPage, int engineNumber, const QString &keyword)

@@ -18,25 +18,35 @@ class RunMonitor;
 class Timer;
 class TimerSource;
 
-// What the run is doing, as the harvest window shows it with its buttons and timers.
+// What the run is doing.
 enum class CrawlState {
     Idle,
     Running,
     Stopped,          // resumable: the next Start goes on from the queues
-    EndedByUrlList,   // Start off, Stop on
-    EndedBySingleUrl, // Start off, Save Leads on
-    EndedByLimit,     // Start off, Save Leads on
+    EndedByUrlList,   // the start URLs are used up; Stop makes the run resumable again
+    EndedBySingleUrl, // the single URL is done
+    EndedByLimit,     // a run limit was reached; the run cannot be resumed
     WaitingForConnection,
 };
 
 QString crawlStateName(CrawlState state);
+
+// What a Start fixes for the run: the time-out every download is given (it also paces the
+// crawl timer) and the profile.
+struct CrawlSettings
+{
+    qint32 pageTimeoutMs = 30000;
+    CrawlProfile profile = CrawlProfile::Classic;
+    bool operator==(const CrawlSettings &) const = default;
+};
 
 // Runs a harvest job: the crawl timer `tmrExtractor` asks the job's URL source for the next
 // burst, the downloader brings the pages back, and every page goes to analysis and, when
 // the job builds a knowledge base, to the store. The run monitor (`tmrTimer`) checks the
 // limits once a second; the resume controller carries the run over a lost connection.
 //
-// The job is read live: the owner may change its lists and check boxes between steps.
+// The job is read live: the owner may change its lists, switches, filters and limits between
+// steps, and the crawl takes start URLs out of the job's list and unmarks the engine it takes.
 class CrawlController final : public QObject, private CrawlActions
 {
     Q_OBJECT
@@ -51,18 +61,15 @@ public:
         ConnectionCheck *connection = nullptr;
     };
 
-    CrawlController(HarvestJob &job, CrawlProfile profile, const Parts &parts,
-                    QObject *parent = nullptr);
+    CrawlController(HarvestJob &job, const Parts &parts, QObject *parent = nullptr);
     ~CrawlController() override;
 
-    // cmdStart, once the job's start validation has passed: start or resume.
-    void Start();
-    // cmdStop: by the user, or at the end of a run.
+    // Start or resume, once the job's start validation has passed.
+    void Start(const CrawlSettings &settings);
+    // Stop: by the user, or at the end of a run.
     void Stop();
     // After a lost connection returns: the clock goes on and the source takes one step.
     void ProcessLinks();
-    // What the harvest window does when it is activated after the resume dialog closed.
-    void windowActivated();
     // "Skip Domain": drop the link pages queued from the current site; a running crawl goes
     // on at once with the next main pages.
     void SkipDomain();
@@ -72,26 +79,27 @@ public:
 
     CrawlState state() const { return m_state; }
     bool isRunning() const;
-    bool startEnabled() const { return m_startEnabled; }
-    bool stopEnabled() const { return m_stopEnabled; }
-    bool saveLeadsEnabled() const { return m_saveLeadsEnabled; }
-    bool downloadingLabelVisible() const { return m_downloadingVisible; } // `lblInet`
+    // No main page found yet since Start ("Downloading Pages.....").
+    bool waitingForFirstPages() const { return m_waitingForFirstPages; }
     bool crawlTimerRunning() const;
     int crawlIntervalMs() const;
-    CrawlProfile profile() const { return m_profile; }
+    CrawlProfile profile() const { return m_settings.profile; }
 
     qint32 pageCounter() const { return m_pageCounter; }
     QString currentMainUrl() const { return m_currentMainUrl; }
     // Downloads started and not yet back.
     int pending() const { return m_pending; }
+    // Problems the store reported since the crawl was made.
+    int storeProblemCount() const { return m_storeProblems; }
 
     // One crawl step, as the crawl timer runs it.
     void crawlStep();
 
 signals:
-    // A message for the program's message dialog (end of run, low disk, missing URL, store
-    // failures).
+    // A message for the program's message dialog (end of run, low disk, missing URL).
     void message(const QString &text);
+    // Something went wrong while a page was stored; the run goes on.
+    void storeProblem(const QString &text);
     void stateChanged(CrawlState state);
     void progress();
     // The run has ended for good: a limit, the URL list used up or the single URL done.
@@ -133,9 +141,13 @@ private:
     void startCrawlTimer();
     void chainNextBurst();
     void chainedStep();
+    void refreshUserFilters();
+    // The connection question has closed: the run's timers come back, and in resume mode
+    // the source takes a step at once.
+    void returnFromConnectionQuestion();
 
     HarvestJob &m_job;
-    CrawlProfile m_profile;
+    CrawlSettings m_settings;
     Parts m_parts;
     std::unique_ptr<Timer> m_crawlTimer;   // tmrExtractor
     std::unique_ptr<RunMonitor> m_monitor; // tmrTimer
@@ -145,16 +157,14 @@ private:
     SingleUrlSource m_singleSource;
 
     CrawlState m_state = CrawlState::Idle;
-    bool m_startEnabled = true;
-    bool m_stopEnabled = false;
-    bool m_saveLeadsEnabled = true;
-    bool m_downloadingVisible = false;
+    bool m_waitingForFirstPages = false;
     bool m_stopped = false;
     bool m_limitReached = false;
     bool m_checking = false; // a step waits for its connection test
     qint32 m_pageCounter = 0;
-    qint32 m_pageTimeoutMs = 30000;
     QString m_currentMainUrl;
+    qint64 m_leadLimit = 0; // the last lead limit that read as a number
+    int m_storeProblems = 0;
 
     // Bursts chain on completion in the modern profile.
     int m_pending = 0;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "analysis/LeadFilters.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -33,6 +35,8 @@ public:
     virtual void ExtractEmails(int group, const QString &content) = 0;
 
     virtual void setAddressFilterList(const QString &list) = 0;
+    // The user's filters and the lead limit as they stand when a page arrives.
+    virtual void setUserFilters(const UserLeadFilters &filters, qint64 leadLimit) = 0;
     virtual bool firstPagePending() const = 0;
     virtual void setFirstPagePending(bool pending) = 0;
     virtual int resultCount() const = 0;
@@ -45,8 +49,9 @@ class CrawlStore
 {
 public:
     virtual ~CrawlStore() = default;
-    // A message to show when storing failed, else nothing.
-    virtual std::optional<QString> SaveTaxonomy(const QString &url, const QByteArray &html) = 0;
+    // Everything that went wrong while storing the page (the page may still be stored when
+    // only a side step such as a shortcut failed); empty when all went well.
+    virtual QStringList SaveTaxonomy(const QString &url, const QByteArray &html) = 0;
     // The message to show when the drive of the knowledge-base root runs low (or cannot be
     // asked), else nothing.
     virtual std::optional<QString> GetDiskSpace(const QString &root) = 0;

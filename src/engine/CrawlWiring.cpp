@@ -87,6 +87,12 @@ void ExtractorAnalysis::setAddressFilterList(const QString &list)
     m_context.filters.addressFilters = AddressFilterList(list);
 }
 
+void ExtractorAnalysis::setUserFilters(const UserLeadFilters &filters, qint64 leadLimit)
+{
+    m_context.filters.setUserFilters(filters);
+    m_context.filters.leadLimit = leadLimit;
+}
+
 bool ExtractorAnalysis::firstPagePending() const
 {
     return m_context.firstPagePending;
@@ -112,12 +118,12 @@ StoreForCrawl::StoreForCrawl(PageStore &store, FreeSpaceQuery freeSpace)
 {
 }
 
-std::optional<QString> StoreForCrawl::SaveTaxonomy(const QString &url, const QByteArray &html)
+QStringList StoreForCrawl::SaveTaxonomy(const QString &url, const QByteArray &html)
 {
     const Result<SaveOutcome> outcome = m_store.SaveTaxonomy(url, html);
     if (!outcome)
-        return outcome.message();
-    return std::nullopt;
+        return {outcome.message()};
+    return outcome->problems;
 }
 
 std::optional<QString> StoreForCrawl::GetDiskSpace(const QString &root)
@@ -148,14 +154,13 @@ void SearchListForCrawl::RefreshAddressFilterList()
     m_provider.RefreshAddressFilterList();
 }
 
-std::optional<QString> GetSearchEngineList(SearchListProvider &provider,
-                                           QList<EngineChoice> &engines)
+std::optional<QString> GetSearchEngineList(SearchListProvider &provider, JobList &engines)
 {
     const QString text = readWithRefresh([&] { return provider.GetEngineList(); },
                                          [&] { provider.RefreshEngineList(); });
     const EngineListReading reading = parseEngineList(text);
     for (const EngineEntry &entry : reading.entries)
-        engines.append(EngineChoice{entry.line(), entry.number, false});
+        engines.append(JobListEntry{entry.name, entry.number, entry.address, false});
     if (!reading.error.isEmpty())
         return QStringLiteral("GetSearchEngineList->") + reading.error;
     return std::nullopt;

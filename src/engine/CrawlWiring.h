@@ -1,7 +1,7 @@
 #pragma once
 
 #include "engine/CrawlPorts.h"
-#include "engine/HarvestJob.h"
+#include "engine/JobList.h"
 #include "kb/DiskSpace.h"
 
 #include <array>
@@ -37,6 +37,7 @@ public:
     void ExtractEmails(int group, const QString &content) override;
 
     void setAddressFilterList(const QString &list) override;
+    void setUserFilters(const UserLeadFilters &filters, qint64 leadLimit) override;
     bool firstPagePending() const override;
     void setFirstPagePending(bool pending) override;
     int resultCount() const override;
@@ -56,7 +57,7 @@ class StoreForCrawl final : public CrawlStore
 {
 public:
     explicit StoreForCrawl(PageStore &store, FreeSpaceQuery freeSpace = systemFreeSpace);
-    std::optional<QString> SaveTaxonomy(const QString &url, const QByteArray &html) override;
+    QStringList SaveTaxonomy(const QString &url, const QByteArray &html) override;
     std::optional<QString> GetDiskSpace(const QString &root) override;
     qint32 storedPageCount() const override;
 
@@ -78,9 +79,9 @@ private:
 };
 
 // GetSearchEngineList: fills the engine list from the provider (a blank list is refreshed
-// and read once more). A reading error keeps the entries read before it and comes back as
+// and read once more): the engine's name shows, its number and address ride along. A
+// reading error keeps the entries read before it and comes back as
 // "GetSearchEngineList->" + description.
-std::optional<QString> GetSearchEngineList(SearchListProvider &provider,
-                                           QList<EngineChoice> &engines);
+std::optional<QString> GetSearchEngineList(SearchListProvider &provider, JobList &engines);
 
 } // namespace corvane

@@ -95,7 +95,7 @@ DownloadOptions DownloadOptions::fromSettings()
 
 ProxySettings ProxySettings::fromJob(const QString &typeText, const QString &host, int port,
                                      const QString &userName, const QString &password,
-                                     const QString &remoteDnsText)
+                                     bool remoteDns)
 {
     ProxySettings proxy;
     const QString type = typeText.trimmed().toLower();
@@ -111,7 +111,7 @@ ProxySettings ProxySettings::fromJob(const QString &typeText, const QString &hos
         return ProxySettings{};
     proxy.userName = userName.trimmed();
     proxy.password = password;
-    proxy.remoteDns = remoteDnsText.trimmed() == QLatin1String("1");
+    proxy.remoteDns = remoteDns;
     if (proxy.kind == Kind::None)
         return ProxySettings{};
     return proxy;

@@ -24,12 +24,11 @@ struct ProxySettings
     // proxy the proxy always resolves.
     bool remoteDns = false;
 
-    // From the harvest window's captured texts: "No Proxy", "Normal Proxy", "SOCKS4 Proxy",
-    // "SOCKS5 Proxy" (anything else, or an empty host, means no proxy); the remote-DNS
-    // value is the check value as text ("1" = checked).
+    // From a job's captured proxy fields: "No Proxy", "Normal Proxy", "SOCKS4 Proxy",
+    // "SOCKS5 Proxy" (anything else, an empty host or a port outside 1 to 65535 means no
+    // proxy).
     static ProxySettings fromJob(const QString &typeText, const QString &host, int port,
-                                 const QString &userName, const QString &password,
-                                 const QString &remoteDnsText);
+                                 const QString &userName, const QString &password, bool remoteDns);
 
     friend bool operator==(const ProxySettings &, const ProxySettings &) = default;
 };

@@ -6,11 +6,30 @@
 #include <QSet>
 #include <QString>
 #include <QStringList>
+#include <QUrl>
+
+#include <functional>
 
 class QTcpServer;
-class QUrlQuery;
 
 namespace corvane {
+
+// The answer to one request, as a request hook gives it.
+class WebReply
+{
+public:
+    virtual ~WebReply() = default;
+    virtual void respond(int status, const QByteArray &type, const QByteArray &body,
+                         const QList<QByteArray> &extraHeaders = {}) = 0;
+    // Headers now (without the blank line that ends them), then the body piece by piece as
+    // the client takes it; an empty piece ends the body and the connection.
+    virtual void stream(const QByteArray &headers, std::function<QByteArray()> nextPiece) = 0;
+    // Drops the connection with a TCP reset instead of answering.
+    virtual void reset() = 0;
+    // Lives as long as the connection: a hook that answers later watches it. A request
+    // neither answered nor reset is left waiting.
+    virtual QObject *lifetime() = 0;
+};
 
 // A small static HTTP/1.1 server on 127.0.0.1 for the demo harvest and the end-to-end
 // tests. It serves the bundled demo web (":/corvane/demo/") or any folder, with "{{HOST}}"
@@ -23,16 +42,7 @@ namespace corvane {
 //   /acme/ /birchwood/ /coastal/   three small sites linking to each other
 //   /private/           pages the robots rules forbid (their addresses must not be harvested)
 //
-// Test faults on fixed paths (any query string shown is optional):
-//   /_fault/reset               the connection is reset once the request is read
-//   /_fault/stall               the request is read and never answered
-//   /_fault/large?bytes=N       N bytes of filler (default 1 GiB), produced as the client reads
-//   /_fault/gzip-bomb?bytes=N   gzip-encoded zeros that decode to N bytes (default 1 GiB)
-//   /_fault/gzip?bytes=N        N bytes of text, gzip-encoded (deflate: /_fault/deflate)
-//   /_fault/redirect-loop       redirects to itself forever
-//   /_fault/redirect?n=K&to=P   K redirects, then to path P (default "/acme/")
-//   /_fault/hold?ms=T           an ordinary small page, answered after T ms (default 200)
-//   /_fault/status?code=C       a page with status C
+// A request hook sees every request first; tests install one to serve faults.
 class DemoWebServer : public QObject
 {
     Q_OBJECT
@@ -53,6 +63,11 @@ public:
     QString url(const QString &path) const;
     QString errorString() const;
 
+    // Called with every request before the files are looked at; true when it has taken the
+    // request (answered it, or will).
+    using RequestHook = std::function<bool(WebReply &reply, const QUrl &target)>;
+    void setRequestHook(RequestHook hook);
+
     // Answers path (without query) with body instead of the files, e.g. a test's robots.txt.
     void setOverride(const QString &path, const QByteArray &body,
                      const QByteArray &contentType = "text/html");
@@ -66,25 +81,20 @@ public:
     int openConnections() const { return m_openConnections; }
     void resetStatistics();
 
-    // The page /_fault/gzip and /_fault/deflate send compressed: bytes of text with one
-    // address per line.
-    static QByteArray compressibleText(qint64 bytes);
-
 private:
     class Connection;
     friend class Connection;
 
     void onNewConnection();
     void connectionClosed();
-    void answer(Connection *connection, const QString &target, bool close);
-    void answerFault(Connection *connection, const QString &fault, const QUrlQuery &query,
-                     bool close);
+    void answer(Connection *connection, const QString &target);
     QByteArray fileBody(const QString &path, QByteArray *contentType, bool *found) const;
 
     QTcpServer *m_server = nullptr;
     QString m_root;
     QString m_error;
     QHash<QString, QPair<QByteArray, QByteArray>> m_overrides;
+    RequestHook m_hook;
     QStringList m_requests;
     int m_openConnections = 0;
     int m_maxConnections = 0;

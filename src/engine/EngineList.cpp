@@ -2,26 +2,6 @@
 
 namespace corvane {
 
-namespace {
-constexpr int kAddressIndent = 50;
-}
-
-QString EngineEntry::line() const
-{
-    return name + QString(kAddressIndent, QLatin1Char(' ')) + QLatin1Char('$') + address;
-}
-
-QString EngineEntry::addressOfLine(const QString &line)
-{
-    const qsizetype dollar = line.indexOf(QLatin1Char('$'));
-    return dollar < 0 ? QString() : line.mid(dollar + 1);
-}
-
-QString EngineEntry::nameOfLine(const QString &line)
-{
-    return line.left(line.indexOf(QLatin1Char('$'))).trimmed();
-}
-
 EngineListReading parseEngineList(const QString &text)
 {
     EngineListReading reading;

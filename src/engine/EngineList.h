@@ -7,19 +7,13 @@
 
 namespace corvane {
 
-// One search engine as the engine list shows it: the engine number is its 1-based place in
-// the provider's text, and the line keeps the address out of sight behind 50 blanks.
+// One search engine of the provider's list: the engine number is its 1-based place in the
+// provider's text.
 struct EngineEntry
 {
     int number = 0;
     QString name;
     QString address;
-
-    QString line() const;
-    // The address read back from a list line: the text after its first "$".
-    static QString addressOfLine(const QString &line);
-    // The name a list line shows: the text before its first "$", without the blanks.
-    static QString nameOfLine(const QString &line);
 };
 
 // The entries read from "name$address#name$address#...". A malformed entry stops the

@@ -1,5 +1,7 @@
 #include "engine/HarvestJob.h"
 
+#include "common/AppSettings.h"
+
 #include <QByteArray>
 
 #include <charconv>
@@ -10,23 +12,8 @@ namespace corvane {
 
 namespace {
 
-template <typename Item>
-bool anySelected(const QList<Item> &items)
-{
-    for (const Item &item : items)
-        if (item.selected)
-            return true;
-    return false;
-}
-
-QStringList selectedTexts(const QList<ListChoice> &items)
-{
-    QStringList texts;
-    for (const ListChoice &item : items)
-        if (item.selected)
-            texts << item.text;
-    return texts;
-}
+const QString kProfileKey = QStringLiteral("Harvest/Profile");
+const QString kProbeKey = QStringLiteral("Connection/ProbeAddress");
 
 bool isBlank(const QString &text)
 {
@@ -59,16 +46,17 @@ JobCheck passTo(WizardTab tab)
 JobCheck captureAndPassTo(const HarvestJob &job, const QString &label, WizardTab failTab,
                           WizardTab nextTab)
 {
-    Result<CapturedJobValues> captured = captureJobValues(job);
-    if (!captured) {
+    CapturedJobValues values;
+    if (std::optional<ConversionFailure> failed = captureJobValues(job, values)) {
         JobCheck check;
         check.outcome = JobCheck::Outcome::ConversionFailed;
-        check.message = label + captured.message();
+        check.message = label + fieldCaption(failed->field) + QStringLiteral(": ") + failed->detail;
         check.tab = failTab;
+        check.conversion = std::move(failed);
         return check;
     }
     JobCheck check = passTo(nextTab);
-    check.captured = std::move(captured).value();
+    check.captured = std::move(values);
     return check;
 }
 
@@ -81,25 +69,54 @@ struct LimitField
     const char *notPositiveMessage; // Start only
 };
 
+// The conversion itself; the error says what is wrong with the text, not which field it is.
 template <typename Int>
-Result<Int> toInteger(const QString &text, const QString &fieldName)
+Result<Int> toInteger(const QString &text, qint64 low = std::numeric_limits<Int>::min(),
+                      qint64 high = std::numeric_limits<Int>::max())
 {
     const std::optional<double> value = numericValue(text);
     if (!value)
-        return fail(QStringLiteral("%1: \"%2\" is not a number.").arg(fieldName, text.trimmed()));
+        return fail(QStringLiteral("\"%1\" is not a number.").arg(text.trimmed()));
     // Halves go to the even neighbour, as the default rounding mode does.
     const double rounded = std::nearbyint(*value);
-    constexpr double low = double(std::numeric_limits<Int>::min());
-    constexpr double high = double(std::numeric_limits<Int>::max());
-    if (!(rounded >= low && rounded <= high))
-        return fail(QStringLiteral("%1: \"%2\" is out of range (%3 to %4).")
-                        .arg(fieldName, text.trimmed())
-                        .arg(qint64(low))
-                        .arg(qint64(high)));
+    if (!(rounded >= double(low) && rounded <= double(high)))
+        return fail(QStringLiteral("\"%1\" is out of range (%2 to %3).")
+                        .arg(text.trimmed())
+                        .arg(low)
+                        .arg(high));
     return Int(rounded);
 }
 
+template <typename Int>
+Result<Int> toNamedInteger(const QString &text, const QString &fieldName)
+{
+    Result<Int> value = toInteger<Int>(text);
+    if (!value)
+        return fail(fieldName + QStringLiteral(": ") + value.message());
+    return value;
+}
+
+// Converts one field into target; the failure names the field.
+template <typename Int, typename Target>
+std::optional<ConversionFailure> convert(JobField field, const QString &text, Target &target,
+                                         qint64 low = std::numeric_limits<Int>::min(),
+                                         qint64 high = std::numeric_limits<Int>::max())
+{
+    const Result<Int> value = toInteger<Int>(text, low, high);
+    if (!value)
+        return ConversionFailure{field, value.message()};
+    target = *value;
+    return std::nullopt;
+}
+
 } // namespace
+
+HarvestJob::HarvestJob()
+    : excludedDomains(JobList::MarkShown::AsCheckBox),
+      excludedEmailTypes(JobList::MarkShown::AsCheckBox),
+      includedEmailTypes(JobList::MarkShown::AsCheckBox)
+{
+}
 
 QStringList HarvestJob::pageTimeoutChoices()
 {
@@ -128,28 +145,42 @@ QStringList HarvestJob::proxyTypeChoices()
             QStringLiteral("SOCKS4 Proxy"), QStringLiteral("SOCKS5 Proxy")};
 }
 
-QList<int> HarvestJob::selectedEngineNumbers() const
+UserLeadFilters userLeadFilters(const HarvestJob &job)
 {
-    QList<int> numbers;
-    for (const EngineChoice &engine : engines)
-        if (engine.selected)
-            numbers << engine.number;
-    return numbers;
+    return {job.excludedDomains.markedTexts(), job.typeMode, job.excludedEmailTypes.markedTexts(),
+            job.includedEmailTypes.markedTexts()};
 }
 
-QStringList HarvestJob::selectedUrls() const
+void restoreSavedChoices(HarvestJob &job)
 {
-    return selectedTexts(urlList);
+    const auto settings = openSettings();
+    job.profile =
+        parseCrawlProfile(settings->value(kProfileKey).toString()).value_or(CrawlProfile::Classic);
+    job.probeAddress = settings->value(kProbeKey).toString();
 }
 
-QStringList HarvestJob::selectedKeywords() const
+void saveChoices(const HarvestJob &job)
 {
-    return selectedTexts(keywords);
+    const auto settings = openSettings();
+    settings->setValue(kProfileKey, crawlProfileName(job.profile));
+    settings->setValue(kProbeKey, job.probeAddress.trimmed());
 }
 
-QStringList HarvestJob::selectedTaxonomy() const
+QString fieldCaption(JobField field)
 {
-    return selectedTexts(taxonomy);
+    switch (field) {
+    case JobField::PageTimeout:
+        return QStringLiteral("Page Timeout");
+    case JobField::MaxPages:
+        return QStringLiteral("Maximum Pages Search");
+    case JobField::MaxLeads:
+        return QStringLiteral("Maximum Leads Extraction");
+    case JobField::ProxyPort:
+        return QStringLiteral("Port");
+    case JobField::ProbeAddress:
+        return QStringLiteral("Connection Probe");
+    }
+    return {};
 }
 
 bool isNumericText(const QString &text)
@@ -197,66 +228,52 @@ std::optional<double> numericValue(const QString &text)
 
 Result<qint16> toInt16(const QString &text, const QString &fieldName)
 {
-    return toInteger<qint16>(text, fieldName);
+    return toNamedInteger<qint16>(text, fieldName);
 }
 
 Result<qint32> toInt32(const QString &text, const QString &fieldName)
 {
-    return toInteger<qint32>(text, fieldName);
+    return toNamedInteger<qint32>(text, fieldName);
 }
 
-Result<CapturedJobValues> captureJobValues(const HarvestJob &job)
+std::optional<ConversionFailure> captureJobValues(const HarvestJob &job, CapturedJobValues &values)
 {
-    CapturedJobValues values;
-
-    const Result<qint16> pageTimeout = toInt16(job.pageTimeout, QStringLiteral("Page Timeout"));
-    if (!pageTimeout)
-        return pageTimeout.error();
-    values.pageTimeoutSeconds = *pageTimeout;
-
-    const Result<qint32> maxPages = toInt32(job.maxPages, QStringLiteral("Maximum Pages Search"));
-    if (!maxPages)
-        return maxPages.error();
-    values.maxPages = *maxPages;
-
-    const Result<qint32> maxLeads =
-        toInt32(job.maxLeads, QStringLiteral("Maximum Leads Extraction"));
-    if (!maxLeads)
-        return maxLeads.error();
-    values.maxLeads = *maxLeads;
-
+    if (auto failed =
+            convert<qint16>(JobField::PageTimeout, job.pageTimeout, values.pageTimeoutSeconds))
+        return failed;
+    if (auto failed = convert<qint32>(JobField::MaxPages, job.maxPages, values.maxPages))
+        return failed;
+    if (auto failed = convert<qint32>(JobField::MaxLeads, job.maxLeads, values.maxLeads))
+        return failed;
     values.stopAfter = job.stopAfter;
     values.proxyType = job.proxyType;
     values.proxyHost = job.proxyHost;
-
-    const Result<qint16> port = toInt16(job.proxyPort, QStringLiteral("Port"));
-    if (!port)
-        return port.error();
-    values.proxyPort = *port;
-
+    // Any TCP port; the 16-bit signed field of old refused half of them.
+    if (auto failed = convert<int>(JobField::ProxyPort, job.proxyPort, values.proxyPort, 1, 65535))
+        return failed;
     values.proxyUserName = job.proxyUserName;
     values.proxyPassword = job.proxyPassword;
-    values.remoteDns = job.remoteDns ? QStringLiteral("1") : QStringLiteral("0");
-    return values;
+    values.remoteDns = job.remoteDns;
+    return std::nullopt;
 }
 
-JobCheck checkNext1(const HarvestJob &job)
+JobCheck checkSearchTab(const HarvestJob &job)
 {
-    if (job.searchType == SearchType::SearchEngines && !anySelected(job.engines))
+    if (job.searchType == SearchType::SearchEngines && !job.engines.anyMarked())
         return refuse(QStringLiteral("Select atleast one search engine from the list."),
                       WizardTab::Search);
     if (job.searchType == SearchType::SingleUrl && isBlank(job.url))
         return refuse(QStringLiteral("Please enter URL."), WizardTab::Search);
-    if (job.searchType == SearchType::UrlList && !anySelected(job.urlList))
+    if (job.searchType == SearchType::UrlList && !job.urlList.anyMarked())
         return refuse(QStringLiteral("Select atleast one URL from the list."), WizardTab::Search);
     // Keywords only matter for search engines; the other sources skip their tab.
     return passTo(job.searchType == SearchType::SearchEngines ? WizardTab::Keyword
                                                               : WizardTab::Settings);
 }
 
-JobCheck checkNext2(const HarvestJob &job)
+JobCheck checkKeywordTab(const HarvestJob &job)
 {
-    if (job.searchType == SearchType::SearchEngines && !anySelected(job.keywords))
+    if (job.searchType == SearchType::SearchEngines && !job.keywords.anyMarked())
         return refuse(QStringLiteral("Please select desired keywords."), WizardTab::Keyword);
     return passTo(WizardTab::Settings);
 }
@@ -312,7 +329,7 @@ std::optional<JobCheck> checkLimits(const HarvestJob &job, bool atStart)
 
 } // namespace
 
-JobCheck checkNext3(const HarvestJob &job)
+JobCheck checkSettingsTab(const HarvestJob &job)
 {
     if (std::optional<JobCheck> refused = checkLimits(job, false))
         return *refused;
@@ -320,7 +337,7 @@ JobCheck checkNext3(const HarvestJob &job)
                             WizardTab::Filters);
 }
 
-JobCheck checkNext4(const HarvestJob &)
+JobCheck checkFiltersTab(const HarvestJob &)
 {
     return passTo(WizardTab::Result);
 }
@@ -328,16 +345,16 @@ JobCheck checkNext4(const HarvestJob &)
 JobCheck validateStart(const HarvestJob &job)
 {
     const SearchType type = job.searchType;
-    if (type == SearchType::SearchEngines && !anySelected(job.engines))
+    if (type == SearchType::SearchEngines && !job.engines.anyMarked())
         return refuse(
             QStringLiteral("Select atleast one search engine from the list under search tab."),
             WizardTab::Search);
-    if (type == SearchType::UrlList && !anySelected(job.urlList))
+    if (type == SearchType::UrlList && !job.urlList.anyMarked())
         return refuse(QStringLiteral("Select atleast one URL from the list under search tab."),
                       WizardTab::Search);
     if (type == SearchType::SingleUrl && isBlank(job.url))
         return refuse(QStringLiteral("Please enter URL under search tab."), WizardTab::Search);
-    if (type == SearchType::SearchEngines && !anySelected(job.keywords))
+    if (type == SearchType::SearchEngines && !job.keywords.anyMarked())
         return refuse(QStringLiteral("Please select desired keywords under keyword tab."),
                       WizardTab::Keyword);
     if (std::optional<JobCheck> refused = checkLimits(job, true))

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "analysis/LeadFilters.h"
+#include "common/CrawlProfile.h"
 #include "common/Result.h"
+#include "engine/JobList.h"
+#include "kb/MailGroupRules.h"
 
 #include <QList>
 #include <QString>
@@ -20,43 +24,35 @@ enum class SearchType {
     SingleUrl = 2,     // "From URL"
 };
 
-// One entry of `lstEngines`: the text shown and the engine's 1-based number in the
-// engine list (the list entry's item data).
-struct EngineChoice
-{
-    QString text;
-    int number = 0;
-    bool selected = false;
-};
-
-// One entry of a multi-select list (`lstURLList`, `lstKeyword`, `lstTaxonomy`).
-struct ListChoice
-{
-    QString text;
-    bool selected = false;
-};
-
-// The parameters of one harvest run, exactly as the user typed them. The wizard and the
-// command line both fill one; nothing here knows about widgets. Texts are kept raw
-// (untrimmed) because the checks below define how they are read.
+// The parameters of a harvest, exactly as the user gives them, and live: the harvest window
+// edits this object as the user types, the command line fills it from its flags, and the
+// crawl reads it at every step and tick (limits, switches, lists). Texts are kept raw
+// (untrimmed) because the checks below define how they are read. The lists are models the
+// window shows as they are; the crawl takes start URLs out of urlList and unmarks the engine
+// it takes.
 struct HarvestJob
 {
+    HarvestJob();
+    HarvestJob(const HarvestJob &) = delete;
+    HarvestJob &operator=(const HarvestJob &) = delete;
+
     // Search tab.
     SearchType searchType = SearchType::SearchEngines; // `optSearchType`
-    QList<EngineChoice> engines;                       // `lstEngines`, filled from the engine list
-    QList<ListChoice> urlList;                         // `lstURLList`
-    QString url;                                       // `txtURL`
+    JobList engines; // `lstEngines`: name, engine number, address; marked = selected
+    JobList urlList; // `lstURLList`: marked = selected
+    QString url;     // `txtURL`
 
     // Keyword tab.
-    QList<ListChoice> keywords; // `lstKeyword`, filled from the keyword catalogue
+    JobList keywords;          // `lstKeyword`: keyword and its catalogue number
+    MailGroupChoice mailGroup; // `optSearch`, `txtMailGrName`, `cmbSearchList`; the KB's name
 
     // Settings tab: what happens to fetched pages.
     bool buildKnowledgeBase = false; // `chkKB` "Build Knowledge Base"
     QString knowledgeBaseRoot;       // `txtPath`, used only with buildKnowledgeBase
     bool createFavorites = false;    // `chkFavorites` "Create Favorites"
-    QList<ListChoice> taxonomy; // `lstTaxonomy` "Knowledge Taxonomy", only with buildKnowledgeBase
-    bool excludeEmailExtraction =
-        false; // `chkEmail` "Exclude Email Extraction": pages not searched for leads
+    JobList taxonomy; // `lstTaxonomy` "Knowledge Taxonomy": term and its catalogue number
+    bool excludeEmailExtraction = false; // `chkEmail`: pages are not searched for leads
+    QString favoritesFolder;             // where shortcuts go; empty: the user's Favorites
 
     // Settings tab: frame "Search Settings". Combo texts; all but the page time-out accept free
     // text.
@@ -65,7 +61,13 @@ struct HarvestJob
     QString maxLeads = QStringLiteral("10000");  // `cmbEmail` "Maximum Leads Extraction"
     QString stopAfter = QStringLiteral("60");    // `cmbStop` "Stop Search After:" minutes
 
-    // Settings tab: frame "Proxy Settings".
+    // Settings tab: the crawl itself.
+    CrawlProfile profile = CrawlProfile::Classic; // `cmbProfile`
+    QString probeAddress;                         // `txtProbe`; empty: the configured probe address
+
+    // Settings tab: frame "Proxy Settings". The fields count only once chosen: the window's
+    // factory values are an example until the user opens the frame.
+    bool proxyChosen = false;
     QString proxyType = QStringLiteral("Normal Proxy");      // `cmbType` "Type"
     QString proxyHost = QStringLiteral("10.0.0.1");          // `txtProxy` "Proxy:"
     QString proxyPort = QStringLiteral("80");                // `txtPort` "Port:"
@@ -73,10 +75,11 @@ struct HarvestJob
     QString proxyPassword = QStringLiteral("guestuser");     // `txtPassword` "Password:"
     bool remoteDns = false;                                  // `chkDNS` "Use remote DNS"
 
-    // Filters tab.
-    QStringList excludedDomains;    // `lstDomains` "List of excluded domains"
-    QStringList excludedEmailTypes; // `lstEmail` "List of excluded Email Id types"
-    QStringList includedEmailTypes; // `lstIncEmail` "List of Email Id types to include"
+    // Filters tab: check-box lists; only checked entries count.
+    JobList excludedDomains;                         // `lstDomains` "List of excluded domains"
+    EmailTypeMode typeMode = EmailTypeMode::Exclude; // `optExclude`
+    JobList excludedEmailTypes;                      // `lstEmail` "List of excluded Email Id types"
+    JobList includedEmailTypes; // `lstIncEmail` "List of Email Id types to include"
 
     // The choices each combo box offers.
     static QStringList pageTimeoutChoices(); // "20" "30" "40" "50" "60"
@@ -85,15 +88,19 @@ struct HarvestJob
     static QStringList stopAfterChoices();   // "20" "30" "60" "90"
     static QStringList
     proxyTypeChoices(); // "No Proxy" "Normal Proxy" "SOCKS4 Proxy" "SOCKS5 Proxy"
-
-    // Selection helpers the crawl uses.
-    QList<int> selectedEngineNumbers() const;
-    QStringList selectedUrls() const;
-    QStringList selectedKeywords() const;
-    QStringList selectedTaxonomy() const;
 };
 
-// The values copied out of a job once its checks pass; the rest of the run reads these.
+// The filters the job's lists and options choose right now: checked entries only.
+UserLeadFilters userLeadFilters(const HarvestJob &job);
+
+// The profile and probe address a desktop user chose last time, kept in the settings.
+void restoreSavedChoices(HarvestJob &job);
+void saveChoices(const HarvestJob &job);
+
+// The fields whose text is converted before a run.
+enum class JobField { PageTimeout, MaxPages, MaxLeads, ProxyPort, ProbeAddress };
+
+// The values copied out of a job once its checks pass.
 struct CapturedJobValues
 {
     qint16 pageTimeoutSeconds = 0; // `cmbPage` as a 16-bit integer
@@ -102,13 +109,21 @@ struct CapturedJobValues
     QString stopAfter;             // `cmbStop`, kept as text
     QString proxyType;
     QString proxyHost;
-    qint16 proxyPort = 0; // `txtPort` as a 16-bit integer
+    int proxyPort = 0; // `txtPort`, 1 to 65535
     QString proxyUserName;
     QString proxyPassword;
-    QString remoteDns; // "0" or "1"
+    bool remoteDns = false;
 
     // What every download and the crawl timer are given: seconds × 1000, 32-bit.
     qint32 pageTimeoutMs() const { return qint32(pageTimeoutSeconds) * 1000; }
+};
+
+// A field whose text would not convert: which one, and why in words that name no control
+// ("\"70000\" is out of range (1 to 65535).").
+struct ConversionFailure
+{
+    JobField field = JobField::PageTimeout;
+    QString detail;
 };
 
 // What a Next button or Start made of the job. Nothing is shown here: the caller puts
@@ -118,39 +133,44 @@ struct JobCheck
     enum class Outcome {
         Passed,           // go on to `tab`; `captured` is set when this check copies values
         Refused,          // `message` is the refusal; `tab` is the tab whose field is at fault
-        ConversionFailed, // `message` is "Next3->" or "cmdStart->" plus the error text
+        ConversionFailed, // `message` is "Next3->" or "cmdStart->", the field's caption and
+                          // the conversion's detail; `conversion` says which field
     };
 
     Outcome outcome = Outcome::Passed;
     QString message;
     WizardTab tab = WizardTab::Search;
     std::optional<CapturedJobValues> captured;
+    std::optional<ConversionFailure> conversion;
 
     bool passed() const { return outcome == Outcome::Passed; }
 };
 
 // `cmdNext1`: the search source. On success `tab` is Keyword for search engines, else Settings.
-JobCheck checkNext1(const HarvestJob &job);
+JobCheck checkSearchTab(const HarvestJob &job);
 // `cmdNext2`: the keywords (only search engines need them). On success `tab` is Settings.
-JobCheck checkNext2(const HarvestJob &job);
+JobCheck checkKeywordTab(const HarvestJob &job);
 // `cmdNext3`: the limits, without a greater-than-zero test; copies the captured values.
 // On success `tab` is Filters.
-JobCheck checkNext3(const HarvestJob &job);
+JobCheck checkSettingsTab(const HarvestJob &job);
 // `cmdNext4`: no checks; `tab` is Result.
-JobCheck checkNext4(const HarvestJob &job);
+JobCheck checkFiltersTab(const HarvestJob &job);
 // Start validation: every check again, with messages naming the tab, then the capture.
 // On success `tab` is Result and `captured` is set.
 JobCheck validateStart(const HarvestJob &job);
 
-// Copies the captured values; the error text names the field that would not convert.
-Result<CapturedJobValues> captureJobValues(const HarvestJob &job);
+// Copies the captured values; a field that would not convert is named in the failure.
+std::optional<ConversionFailure> captureJobValues(const HarvestJob &job, CapturedJobValues &values);
+// The caption a conversion failure names its field by ("Port", "Maximum Pages Search", ...).
+QString fieldCaption(JobField field);
 
 // The program's idea of a number: an optional sign, digits, an optional decimal part.
 // The text is trimmed first.
 bool isNumericText(const QString &text);
 // Reads a numeric text as a number; nullopt when isNumericText() says no.
 std::optional<double> numericValue(const QString &text);
-// Whole-number conversions that round halves to even and fail beyond the type's range.
+// Whole-number conversions that round halves to even and fail beyond the type's range; the
+// message starts with fieldName.
 Result<qint16> toInt16(const QString &text, const QString &fieldName);
 Result<qint32> toInt32(const QString &text, const QString &fieldName);
 

@@ -70,14 +70,13 @@ void ResumeController::cancel()
     emit stopRequested();
 }
 
-ResumeController::ActivationAction ResumeController::windowActivated() const
+ResumeController::ReturnAction ResumeController::actionAfterQuestion() const
 {
     // Nothing to bring back before the question has ever closed, while it is open, or after
     // the user ended the run with Cancel.
     if (m_reply != ResumeTexts::ReplyOk || m_endedByCancel || m_dialogOpen)
-        return ActivationAction::Nothing;
-    return m_resumeMode ? ActivationAction::EnableTimersAndProcessLinks
-                        : ActivationAction::EnableTimers;
+        return ReturnAction::Nothing;
+    return m_resumeMode ? ReturnAction::EnableTimersAndProcessLinks : ReturnAction::EnableTimers;
 }
 
 void ResumeController::runStarted()

@@ -54,8 +54,8 @@ public:
         Skip,              // no connection: the step ends here, nothing is downloaded
     };
 
-    // What the harvest window does when it is activated (`Form_Activate`).
-    enum class ActivationAction {
+    // What the run does once the question has closed.
+    enum class ReturnAction {
         Nothing,
         EnableTimers,                // enable `tmrTimer` and the crawl timer
         EnableTimersAndProcessLinks, // the same, then run ProcessLinks
@@ -72,10 +72,9 @@ public:
     void chooseResumeMode(); // `cmdResume`
     void cancel();           // `cmdCancel`
 
-    // The harvest window was activated: the rule that brings the timers back once the dialog
-    // has closed. Because the reply is never cleared, it applies on every later activation
-    // too, except after Cancel ended the run.
-    ActivationAction windowActivated() const;
+    // What brings the run's timers back once the question has closed: nothing before it has
+    // ever closed, while it is open, or after Cancel ended the run.
+    ReturnAction actionAfterQuestion() const;
 
     // A new Start: the run is no longer ended by Cancel.
     void runStarted();

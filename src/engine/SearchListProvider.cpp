@@ -1,5 +1,6 @@
 #include "engine/SearchListProvider.h"
 
+#include "analysis/LeadFilters.h"
 #include "common/DataFolder.h"
 
 #include <QFile>
@@ -112,15 +113,10 @@ void SearchListProvider::loadEngines(bool bundledOnly)
 
 void SearchListProvider::loadFilters(bool bundledOnly)
 {
-    m_filters.clear();
     m_filtersLoaded = true;
-    for (const QString &line : readLines(pathFor(kFiltersFile, bundledOnly))) {
-        for (const QString &piece : line.split(QLatin1Char('#'), Qt::SkipEmptyParts)) {
-            const QString fragment = piece.trimmed();
-            if (!fragment.isEmpty())
-                m_filters.append(fragment);
-        }
-    }
+    // The same reader as every other user of the list, so a comment or an indented line
+    // means the same everywhere.
+    m_filters = AddressFilterList::fromFile(pathFor(kFiltersFile, bundledOnly)).fragments();
 }
 
 // The engines as GetEngineList numbers them: those needing the demo host only while it is set.

@@ -18,6 +18,7 @@ namespace corvane {
 //                                 {offset} (page x 10) and {first} (page x 10 + 1); lastPage
 //                                 (default 49) is the highest page number answered
 //   "search/address-filters.txt"  domain-ending fragments, "#"-terminated or one a line
+//                                 (read by readAddressFilterFragments)
 //
 // The demo search engine of the bundled demo web has "{{HOST}}" where its host and port go:
 // call setDemoHost("127.0.0.1:PORT") once the demo server listens. Until then engines whose

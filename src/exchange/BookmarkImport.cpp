@@ -18,4 +18,18 @@ Result<qsizetype> BookmarkImport::run(AnalysisContext &ctx, const QString &path)
     return ctx.lstURLList.count() - before;
 }
 
+Result<QStringList> BookmarkImport::addresses(const QString &path,
+                                              const QStringList &excludedDomains,
+                                              CrawlProfile profile)
+{
+    AnalysisContext ctx;
+    ctx.profile = profile;
+    ctx.searchEngineSelected = false;
+    ctx.filters.excludedDomains = excludedDomains;
+    const Result<qsizetype> added = run(ctx, path);
+    if (!added)
+        return added.error();
+    return ctx.lstURLList.texts();
+}
+
 } // namespace corvane

@@ -20,6 +20,11 @@ struct BookmarkImport
     // Fails only for an empty path; a missing or unreadable file adds nothing. Returns the
     // number of addresses appended.
     static Result<qsizetype> run(AnalysisContext &ctx, const QString &path);
+
+    // The addresses run() would append, read apart from any harvest: links containing one
+    // of excludedDomains are left out.
+    static Result<QStringList> addresses(const QString &path, const QStringList &excludedDomains,
+                                         CrawlProfile profile);
 };
 
 } // namespace corvane

@@ -89,22 +89,29 @@ Result<void> checkFolderName(QStringView name, const QString &what)
 
 QString safeFileName(QStringView name, qsizetype suffixBytes)
 {
+    // Characters outside ASCII take several bytes on disk; a cut never splits a pair, and a
+    // name never ends in a dot or space.
+    const auto fitAndTrim = [suffixBytes](QString &text) {
+        while (text.size() > kMaxNameLength || bytesOnDisk(text) + suffixBytes > kMaxNameBytes)
+            text.chop(text.size() >= 2 && text.back().isLowSurrogate() ? 2 : 1);
+        while (text.endsWith(QLatin1Char('.')) || text.endsWith(QLatin1Char(' ')))
+            text.chop(1);
+    };
     QString safe;
     safe.reserve(std::min(name.size(), kMaxNameLength));
     for (const QChar ch : name.left(kMaxNameLength))
         safe += forbiddenInFileName(ch) ? QLatin1Char('_') : ch;
-    // Characters outside ASCII take several bytes on disk; a cut never splits a pair.
-    while (bytesOnDisk(safe) + suffixBytes > kMaxNameBytes)
-        safe.chop(safe.size() >= 2 && safe.back().isLowSurrogate() ? 2 : 1);
-    while (safe.endsWith(QLatin1Char('.')) || safe.endsWith(QLatin1Char(' ')))
-        safe.chop(1);
+    fitAndTrim(safe);
     // Leading dots would hide the shortcut on Linux.
     while (safe.startsWith(QLatin1Char('.')))
         safe.remove(0, 1);
     if (safe.isEmpty())
         return QStringLiteral("site");
-    if (isReservedDeviceName(safe))
+    if (isReservedDeviceName(safe)) {
+        // The "_" in front must not push a name of full length over the limit.
         safe.prepend(QLatin1Char('_'));
+        fitAndTrim(safe);
+    }
     return safe;
 }
 

@@ -1,5 +1,6 @@
 #include "ui/BookmarkImportDialog.h"
 
+#include "engine/HarvestJob.h"
 #include "exchange/BookmarkImport.h"
 #include "ui/MessageDialog.h"
 
@@ -13,8 +14,8 @@
 
 namespace corvane {
 
-BookmarkImportDialog::BookmarkImportDialog(AnalysisContext &context, QWidget *parent)
-    : SkinnedDialog(QStringLiteral("Images9"), tr("Import Bookmark"), parent), m_context(context),
+BookmarkImportDialog::BookmarkImportDialog(HarvestJob &job, QWidget *parent)
+    : SkinnedDialog(QStringLiteral("Images9"), tr("Import Bookmark"), parent), m_job(job),
       m_path(new QLineEdit(this)), m_browse(new QPushButton(tr("&Browse"), this)),
       m_import(new QPushButton(tr("&Import"), this)), m_cancel(new QPushButton(tr("&Cancel"), this))
 {
@@ -62,12 +63,15 @@ void BookmarkImportDialog::importBookmarks()
                     tr("The file %1 could not be found.").arg(QDir::toNativeSeparators(path)));
         return;
     }
-    const Result<qsizetype> added = BookmarkImport::run(m_context, path);
-    if (!added) {
-        showMessage(this, added.message());
+    const Result<QStringList> addresses =
+        BookmarkImport::addresses(path, m_job.excludedDomains.markedTexts(), m_job.profile);
+    if (!addresses) {
+        showMessage(this, addresses.message());
         return;
     }
-    m_imported = *added;
+    for (const QString &address : *addresses)
+        m_job.urlList.append(address, false);
+    m_imported = addresses->size();
     accept();
 }
 

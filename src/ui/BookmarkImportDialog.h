@@ -7,15 +7,16 @@ class QPushButton;
 
 namespace corvane {
 
-class AnalysisContext;
+struct HarvestJob;
 
 // "Import Bookmark": pick a bookmark file (a browser's HTML export or any page of links) and
-// append its web addresses to the harvest window's start URLs.
+// append its web addresses to the job's start URLs, leaving out links to the domains the job
+// excludes right now.
 class BookmarkImportDialog : public SkinnedDialog
 {
     Q_OBJECT
 public:
-    explicit BookmarkImportDialog(AnalysisContext &context, QWidget *parent = nullptr);
+    explicit BookmarkImportDialog(HarvestJob &job, QWidget *parent = nullptr);
 
     QLineEdit *pathField() const { return m_path; }
     QPushButton *browseButton() const { return m_browse; }
@@ -30,7 +31,7 @@ public slots:
 private:
     void browse();
 
-    AnalysisContext &m_context;
+    HarvestJob &m_job;
     QLineEdit *m_path;
     QPushButton *m_browse;
     QPushButton *m_import;

@@ -78,16 +78,6 @@ TEST(EndingRule, BundledListAcceptsCommonEndings)
         EXPECT_TRUE(bundled.admits(QByteArrayView(address))) << address;
 }
 
-TEST(EndingRule, DataFolderCopyOverridesTheBundledList)
-{
-    corvane::test::TempDataFolder home;
-    QDir().mkpath(home.file("search"));
-    corvane::test::writeFile(home.file("search/address-filters.txt"), ".test#\r\n.example#\r\n");
-    const AddressFilterList list = AddressFilterList::bundled();
-    EXPECT_EQ(list.fragments(), QStringList({".test", ".example"}));
-    EXPECT_FALSE(list.admits(QByteArrayView("a@b.com")));
-}
-
 TEST(LeadExtraction, KeepsTheAddressExactlyAsWritten)
 {
     Harvest h;

@@ -3,9 +3,11 @@
 #include "common/DataFolder.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -53,14 +55,50 @@ QString binaryDir()
     return qEnvironmentVariable("CORVANE_BINARY_DIR", QStringLiteral(CORVANE_BINARY_DIR_DEFAULT));
 }
 
+namespace {
+
+QString programPath(const QString &program)
+{
+    return QFileInfo(program).isAbsolute() ? program
+                                           : binaryDir() + QStringLiteral("/bin/") + program;
+}
+
+int exitCodeOf(QProcess &process, QByteArray *out, QByteArray *err)
+{
+    if (out)
+        *out = process.readAllStandardOutput();
+    if (err)
+        *err = process.readAllStandardError();
+    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -3;
+}
+
+} // namespace
+
+int runProgramServing(const QString &program, const QStringList &args, QByteArray *out,
+                      QByteArray *err, int timeoutMs)
+{
+    QProcess process;
+    QEventLoop loop;
+    QObject::connect(&process, &QProcess::finished, &loop, &QEventLoop::quit);
+    QObject::connect(&process, &QProcess::errorOccurred, &loop, &QEventLoop::quit);
+    QTimer::singleShot(timeoutMs, &loop, &QEventLoop::quit);
+    process.start(programPath(program), args);
+    process.closeWriteChannel();
+    if (process.state() != QProcess::NotRunning)
+        loop.exec();
+    if (process.state() != QProcess::NotRunning) {
+        process.kill();
+        process.waitForFinished();
+        return -2;
+    }
+    return exitCodeOf(process, out, err);
+}
+
 int runProgram(const QString &program, const QStringList &args, QByteArray *out, QByteArray *err,
                const QByteArray &input, int timeoutMs)
 {
     QProcess process;
-    QString path = program;
-    if (!QFileInfo(path).isAbsolute())
-        path = binaryDir() + QStringLiteral("/bin/") + program;
-    process.start(path, args);
+    process.start(programPath(program), args);
     if (!process.waitForStarted(10000))
         return -1;
     if (!input.isEmpty())
@@ -71,11 +109,7 @@ int runProgram(const QString &program, const QStringList &args, QByteArray *out,
         process.waitForFinished();
         return -2;
     }
-    if (out)
-        *out = process.readAllStandardOutput();
-    if (err)
-        *err = process.readAllStandardError();
-    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -3;
+    return exitCodeOf(process, out, err);
 }
 
 } // namespace corvane::test

@@ -37,5 +37,9 @@ QString binaryDir();
 // Runs a program of the build with arguments; returns exit code, fills stdout/stderr.
 int runProgram(const QString &program, const QStringList &args, QByteArray *out = nullptr,
                QByteArray *err = nullptr, const QByteArray &input = {}, int timeoutMs = 120000);
+// The same, with this process's event loop running meanwhile, so servers of the test answer
+// the program.
+int runProgramServing(const QString &program, const QStringList &args, QByteArray *out = nullptr,
+                      QByteArray *err = nullptr, int timeoutMs = 120000);
 
 } // namespace corvane::test

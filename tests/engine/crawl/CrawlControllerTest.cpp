@@ -13,11 +13,11 @@ using namespace corvane::test;
 namespace {
 
 // A URL-list rig whose start page has been requested.
-void startUrlList(CrawlRig &rig, const QString &url = QStringLiteral("http://site/dir/start.html"))
+void startUrlList(CrawlRig &rig, const char *url = "http://site/dir/start.html")
 {
     rig.job.searchType = SearchType::UrlList;
-    rig.job.urlList = {CrawlRig::selected(url)};
-    rig.crawl().Start();
+    CrawlRig::fill(rig.job.urlList, {{url, true}});
+    rig.start();
 }
 
 } // namespace
@@ -68,6 +68,39 @@ TEST(CrawlArrivals, EachSlotGoesToItsOwnAnalyserAndOnlyLaterPagesAreStored)
     EXPECT_EQ(rig.crawl().pageCounter(), 2);
 }
 
+TEST(CrawlArrivals, EachPageSeesTheCheckedFiltersAsTheyStandAndReportsEveryStoreProblem)
+{
+    CrawlRig rig;
+    CrawlRig::fill(rig.job.excludedDomains, {{"a.com", true}, {"b.com", false}});
+    rig.job.typeMode = EmailTypeMode::Include;
+    CrawlRig::fill(rig.job.includedEmailTypes, {{"sales", true}, {"info", false}});
+    rig.job.maxLeads = QStringLiteral("7");
+    rig.job.buildKnowledgeBase = true;
+    rig.store.problems = {QStringLiteral("SavePage->disk full"),
+                          QStringLiteral("SaveFavorites->denied")};
+    QStringList problems;
+    QObject::connect(&rig.crawl(), &CrawlController::storeProblem,
+                     [&](const QString &text) { problems << text; });
+    startUrlList(rig);
+    emit rig.downloader.DownloadComplete(7, QStringLiteral("http://m/1"), QByteArray("a@b.com"));
+    EXPECT_EQ(
+        rig.analysis.userFilters,
+        (UserLeadFilters{
+            {QStringLiteral("a.com")}, EmailTypeMode::Include, {}, {QStringLiteral("sales")}}));
+    EXPECT_EQ(rig.analysis.leadLimit, 7);
+    EXPECT_EQ(problems, rig.store.problems);
+
+    // Checked while the run goes on; a limit being retyped keeps the last number.
+    rig.job.excludedDomains.setMarked(1, true);
+    rig.job.maxLeads = QStringLiteral("1x");
+    emit rig.downloader.DownloadComplete(8, QStringLiteral("http://m/2"), QByteArray("c@d.com"));
+    EXPECT_EQ(rig.analysis.userFilters.excludedDomains,
+              (QStringList{QStringLiteral("a.com"), QStringLiteral("b.com")}));
+    EXPECT_EQ(rig.analysis.leadLimit, 7);
+    EXPECT_EQ(rig.crawl().storeProblemCount(), 4);
+    EXPECT_TRUE(rig.messages.isEmpty()); // problems are not end-of-run messages
+}
+
 TEST(CrawlArrivals, NoLeadsAreSoughtWhenExtractionIsExcludedAndNothingStoredWithoutKnowledgeBase)
 {
     CrawlRig rig;
@@ -88,8 +121,6 @@ TEST(CrawlRun, StopThenStartResumesWithQueuesCountersAndAnImmediateStep)
     rig.analysis.linkQueue = {QStringLiteral("http://l/1"), QStringLiteral("http://l/2")};
     rig.crawl().Stop();
     EXPECT_EQ(rig.crawl().state(), CrawlState::Stopped);
-    EXPECT_TRUE(rig.crawl().startEnabled());
-    EXPECT_TRUE(rig.crawl().saveLeadsEnabled());
     EXPECT_FALSE(rig.crawl().monitor().isActive());
     EXPECT_FALSE(rig.crawl().crawlTimerRunning());
     // Pages in flight still arrive and are analysed after Stop.
@@ -100,7 +131,7 @@ TEST(CrawlRun, StopThenStartResumesWithQueuesCountersAndAnImmediateStep)
     const qint32 before = rig.crawl().pageCounter();
     rig.timers.advance(100000); // nothing ticks while stopped
     EXPECT_EQ(rig.downloader.requests.size(), 1);
-    rig.crawl().Start();
+    rig.start();
     EXPECT_EQ(rig.crawl().state(), CrawlState::Running);
     EXPECT_EQ(rig.downloader.urls().mid(1),
               (QStringList{QStringLiteral("http://l/1"), QStringLiteral("http://l/2")}));
@@ -109,29 +140,28 @@ TEST(CrawlRun, StopThenStartResumesWithQueuesCountersAndAnImmediateStep)
     EXPECT_EQ(rig.searchList.filterReads, 1); // a resume loads nothing afresh
 }
 
-TEST(CrawlRun, LimitEndsTheRunAndLeavesStartDisabled)
+TEST(CrawlRun, LimitsChangedMidRunCountFromTheNextTickAndEndTheRunForGood)
 {
     CrawlRig rig;
-    rig.job.maxPages = QStringLiteral("3");
-    rig.job.searchType = SearchType::UrlList;
-    rig.analysis.linkQueue = {QStringLiteral("http://l/1"), QStringLiteral("http://l/2"),
-                              QStringLiteral("http://l/3")};
+    rig.job.stopAfter = QStringLiteral("1");
     QStringList finished;
-    CrawlController &crawl = rig.crawl();
-    QObject::connect(&crawl, &CrawlController::finished, &crawl,
+    QObject::connect(&rig.crawl(), &CrawlController::finished, &rig.crawl(),
                      [&](const QString &t) { finished << t; });
-    rig.crawl().Start();
+    rig.startUrlList(1000);
+    rig.timers.advance(50000);
+    rig.job.stopAfter = QStringLiteral("2"); // raised: the run goes past its first minute
+    rig.timers.advance(30000);
+    EXPECT_EQ(rig.crawl().state(), CrawlState::Running);
+    rig.job.maxPages = QStringLiteral("1"); // lowered: the next tick ends the run
     rig.timers.advance(1000);
-    EXPECT_EQ(finished,
-              QStringList{QStringLiteral("Corvane has scanned specified number of pages.")});
-    EXPECT_EQ(rig.messages, finished);
     EXPECT_EQ(rig.crawl().state(), CrawlState::EndedByLimit);
-    EXPECT_FALSE(rig.crawl().startEnabled());
-    EXPECT_TRUE(rig.crawl().saveLeadsEnabled());
+    EXPECT_EQ(rig.messages, QStringList{RunMessages::PageLimit});
+    EXPECT_EQ(finished, rig.messages);
     EXPECT_FALSE(rig.crawl().monitor().isActive());
     EXPECT_FALSE(rig.crawl().crawlTimerRunning());
+    const RunClock clock = rig.crawl().monitor().clock();
     rig.timers.advance(600000);
-    EXPECT_EQ(rig.crawl().monitor().clock().seconds, 0); // the limit tick does not count
+    EXPECT_EQ(rig.crawl().monitor().clock().seconds, clock.seconds); // nothing ticks after
 }
 
 TEST(CrawlRun, ClassicCadenceIsOneStepPerTimeoutPlusOneAndAHalfSeconds)
@@ -226,29 +256,25 @@ TEST(CrawlConnection, LossStopsTheClockAsksOnceAndTheReturnResumesWithTheQueues)
     EXPECT_EQ(rig.crawl().state(), CrawlState::Running);
     EXPECT_TRUE(rig.crawl().monitor().isActive());
     EXPECT_EQ(rig.downloader.requests.size(), 50);
-
-    // The answer stays "ok", but coming back to the window never wakes a stopped run.
-    rig.crawl().Stop();
-    rig.crawl().windowActivated();
-    EXPECT_FALSE(rig.crawl().monitor().isActive());
-    EXPECT_FALSE(rig.crawl().crawlTimerRunning());
 }
 
 TEST(CrawlConnection, ResumeModeWaitsSilentlyAndTheFirstStepOnlineResumes)
 {
     CrawlRig rig;
-    rig.startUrlList(100);
+    rig.startUrlList(200);
     rig.connection.online = false;
     rig.timers.advance(rig.crawl().crawlIntervalMs());
+    // The question closing brings the timers back and, in resume mode, one step at once.
     rig.crawl().resume().chooseResumeMode();
+    EXPECT_EQ(rig.downloader.requests.size(), 88);
     rig.timers.advance(rig.crawl().crawlIntervalMs() * 2);
     EXPECT_EQ(rig.dialogs, 1);
-    EXPECT_EQ(rig.downloader.requests.size(), 44);
+    EXPECT_EQ(rig.downloader.requests.size(), 88);
 
     rig.connection.online = true;
     rig.timers.advance(rig.crawl().crawlIntervalMs());
     // ProcessLinks and then the step itself: two bursts.
-    EXPECT_EQ(rig.downloader.requests.size(), 100);
+    EXPECT_EQ(rig.downloader.requests.size(), 176);
     EXPECT_FALSE(rig.crawl().resume().resumeMode());
     EXPECT_TRUE(rig.crawl().monitor().isActive());
 }
@@ -264,10 +290,10 @@ TEST(CrawlConnection, ModernGoesOnAfterTheResumedBurstWithoutWaitingForATick)
     ASSERT_EQ(rig.dialogs, 1);
     ASSERT_EQ(rig.crawl().state(), CrawlState::WaitingForConnection);
 
+    // Resume Mode closes the question, and the run takes its next burst at once.
     rig.crawl().resume().chooseResumeMode();
-    rig.connection.online = true;
-    rig.crawl().windowActivated();
     EXPECT_EQ(rig.downloader.requests.size(), 88);
+    rig.connection.online = true;
     rig.downloader.deliverAll();
     QCoreApplication::processEvents();
     EXPECT_EQ(rig.downloader.requests.size(), 100);
@@ -283,8 +309,6 @@ TEST(CrawlConnection, CancelEndsTheRunResumably)
     rig.timers.advance(rig.crawl().crawlIntervalMs());
     rig.crawl().resume().cancel();
     EXPECT_EQ(rig.crawl().state(), CrawlState::Stopped);
-    EXPECT_TRUE(rig.crawl().startEnabled());
-    EXPECT_TRUE(rig.crawl().saveLeadsEnabled());
     EXPECT_FALSE(rig.crawl().crawlTimerRunning());
 }
 
@@ -292,8 +316,8 @@ TEST(CrawlRun, SkipDomainDropsTheQueuedLinkPagesAndGoesOnWithTheMainPages)
 {
     CrawlRig rig;
     rig.job.searchType = SearchType::UrlList;
-    rig.job.urlList = {CrawlRig::selected(QStringLiteral("http://a/"))};
-    rig.crawl().Start();
+    CrawlRig::fill(rig.job.urlList, {{"http://a/", true}});
+    rig.start();
     rig.analysis.linkQueue = {QStringLiteral("http://a/l1"), QStringLiteral("http://a/l2")};
     rig.analysis.mainQueue = {QStringLiteral("http://b/")};
     rig.crawl().SkipDomain();

@@ -129,6 +129,11 @@ public:
                 leadList << word;
     }
     void setAddressFilterList(const QString &list) override { filterList = list; }
+    void setUserFilters(const UserLeadFilters &filters, qint64 limit) override
+    {
+        userFilters = filters;
+        leadLimit = limit;
+    }
     bool firstPagePending() const override { return pending; }
     void setFirstPagePending(bool value) override { pending = value; }
     int resultCount() const override { return resultCountValue; }
@@ -151,6 +156,8 @@ public:
     QStringList leadList;
     QStringList calls;
     QString filterList;
+    UserLeadFilters userFilters;
+    qint64 leadLimit = 0;
     bool pending = false;
     int resultCountValue = 0;
 };
@@ -158,10 +165,10 @@ public:
 class FakeStore final : public CrawlStore
 {
 public:
-    std::optional<QString> SaveTaxonomy(const QString &url, const QByteArray &) override
+    QStringList SaveTaxonomy(const QString &url, const QByteArray &) override
     {
         saved << url;
-        return std::nullopt;
+        return problems;
     }
     std::optional<QString> GetDiskSpace(const QString &root) override
     {
@@ -174,6 +181,7 @@ public:
 
     QStringList saved;
     QStringList diskChecks;
+    QStringList problems; // what every page's storing reports
     bool lowDisk = false;
 };
 
@@ -215,9 +223,8 @@ struct CrawlRig
     {
         if (!controller) {
             controller = std::make_unique<CrawlController>(
-                job, profile,
-                CrawlController::Parts{&downloader, &timers, &analysis, &store, &searchList,
-                                       &connection});
+                job, CrawlController::Parts{&downloader, &timers, &analysis, &store, &searchList,
+                                            &connection});
             QObject::connect(controller.get(), &CrawlController::message,
                              [this](const QString &text) { messages << text; });
             QObject::connect(&controller->resume(), &ResumeController::dialogOpened,
@@ -226,16 +233,26 @@ struct CrawlRig
         return *controller;
     }
 
+    // Start, with the job's page time-out and the rig's profile.
+    void start() { crawl().Start(CrawlSettings{job.pageTimeout.toInt() * 1000, profile}); }
+
     // A URL-list run with links link pages queued ("http://l/0", ...), started.
     void startUrlList(int links)
     {
         job.searchType = SearchType::UrlList;
         for (int i = 0; i < links; ++i)
             analysis.linkQueue << QStringLiteral("http://l/%1").arg(i);
-        crawl().Start();
+        start();
     }
 
-    static ListChoice selected(const QString &text) { return ListChoice{text, true}; }
+    // Entries of one of the job's lists: text and mark.
+    static void fill(JobList &list, const QList<std::pair<const char *, bool>> &entries)
+    {
+        QList<JobListEntry> rows;
+        for (const auto &[text, marked] : entries)
+            rows.append(JobListEntry{QString::fromLatin1(text), 0, {}, marked});
+        list.setEntries(rows);
+    }
 
     HarvestJob job;
     CrawlProfile profile = CrawlProfile::Classic;

@@ -18,17 +18,15 @@ TEST(CrawlSlots, GroupsSplitTheFiftySlotsIntoSevenAnalysers)
     EXPECT_EQ(crawl::crawlTickMs(30000), 31500);
 }
 
-TEST(EngineList, ReadsEntriesWithNumbersAndHiddenAddresses)
+TEST(EngineList, ReadsEntriesWithNumbersNamesAndAddresses)
 {
     const EngineListReading reading = parseEngineList(QStringLiteral("One$first/#Two$second/#"));
     ASSERT_TRUE(reading.error.isEmpty());
     ASSERT_EQ(reading.entries.size(), 2);
     EXPECT_EQ(reading.entries[0].number, 1);
     EXPECT_EQ(reading.entries[1].number, 2);
-    EXPECT_EQ(reading.entries[0].line(),
-              QStringLiteral("One") + QString(50, QLatin1Char(' ')) + QStringLiteral("$first/"));
-    EXPECT_EQ(EngineEntry::addressOfLine(reading.entries[1].line()), QStringLiteral("second/"));
-    EXPECT_EQ(EngineEntry::nameOfLine(reading.entries[1].line()), QStringLiteral("Two"));
+    EXPECT_EQ(reading.entries[1].name, QStringLiteral("Two"));
+    EXPECT_EQ(reading.entries[1].address, QStringLiteral("second/"));
     // An address may itself hold "$": only the first one splits.
     EXPECT_EQ(parseEngineList(QStringLiteral("A$x$y#")).entries.value(0).address,
               QStringLiteral("x$y"));

@@ -32,7 +32,7 @@ TEST(UrlSources, LinkBurstTakesFortyFourFromTheFrontAndLeavesTheRest)
     CrawlRig rig;
     rig.job.searchType = SearchType::UrlList;
     rig.analysis.linkQueue = numbered(QStringLiteral(" http://site/l"), 60);
-    rig.crawl().Start();
+    rig.start();
     EXPECT_EQ(rig.downloader.slotNumbers(), range(7, 50));
     EXPECT_EQ(rig.downloader.urls().first(), QStringLiteral("http://site/l1")); // trimmed
     EXPECT_EQ(rig.downloader.urls().last(), QStringLiteral("http://site/l44"));
@@ -48,14 +48,14 @@ TEST(UrlSources, MainBurstTakesWhatThereIsUpToFive)
     CrawlRig rig;
     rig.job.searchType = SearchType::UrlList;
     rig.analysis.mainQueue = numbered(QStringLiteral("http://m/"), 3);
-    rig.crawl().Start();
+    rig.start();
     EXPECT_EQ(rig.downloader.slotNumbers(), (QList<int>{2, 3, 4}));
     EXPECT_TRUE(rig.analysis.mainQueue.isEmpty());
 
     CrawlRig full;
     full.job.searchType = SearchType::SingleUrl;
     full.job.url = QStringLiteral("http://one/");
-    full.crawl().Start();
+    full.start();
     full.analysis.mainQueue = numbered(QStringLiteral("http://m/"), 8);
     full.crawl().crawlStep();
     EXPECT_EQ(full.downloader.slotNumbers(), (QList<int>{1, 2, 3, 4, 5, 6}));
@@ -66,13 +66,12 @@ TEST(UrlSources, UrlListPrefersLinkPagesThenMainPagesThenTheNextStartUrl)
 {
     CrawlRig rig;
     rig.job.searchType = SearchType::UrlList;
-    rig.job.urlList = {CrawlRig::selected(QStringLiteral("http://a/")),
-                       ListChoice{QStringLiteral("http://skip/"), false},
-                       CrawlRig::selected(QStringLiteral("http://b/"))};
-    rig.crawl().Start();
+    CrawlRig::fill(rig.job.urlList,
+                   {{"http://a/", true}, {"http://skip/", false}, {"http://b/", true}});
+    rig.start();
     EXPECT_EQ(rig.downloader.urls(), QStringList{QStringLiteral("http://a/")});
     EXPECT_EQ(rig.crawl().currentMainUrl(), QStringLiteral("http://a/"));
-    EXPECT_EQ(rig.job.urlList.size(), 2); // used up as it starts
+    EXPECT_EQ(rig.job.urlList.count(), 2); // used up as it starts
 
     rig.analysis.mainQueue = {QStringLiteral("http://a/m1")};
     rig.analysis.linkQueue = {QStringLiteral("http://a/l1")};
@@ -93,10 +92,8 @@ TEST(UrlSources, UrlListPrefersLinkPagesThenMainPagesThenTheNextStartUrl)
     EXPECT_EQ(rig.crawl().state(), CrawlState::EndedByUrlList);
     EXPECT_FALSE(rig.crawl().monitor().isActive());
     EXPECT_FALSE(rig.crawl().crawlTimerRunning());
-    EXPECT_FALSE(rig.crawl().startEnabled());
-    EXPECT_TRUE(rig.crawl().stopEnabled());
     // The unselected entry stays in the list.
-    EXPECT_EQ(rig.job.urlList.size(), 1);
+    EXPECT_EQ(rig.job.urlList.texts(), QStringList{QStringLiteral("http://skip/")});
 }
 
 TEST(UrlSources, SingleUrlCountsTwiceAndEndsWhenTheQueuesRunDry)
@@ -104,7 +101,7 @@ TEST(UrlSources, SingleUrlCountsTwiceAndEndsWhenTheQueuesRunDry)
     CrawlRig rig;
     rig.job.searchType = SearchType::SingleUrl;
     rig.job.url = QStringLiteral("  http://one/  ");
-    rig.crawl().Start();
+    rig.start();
     EXPECT_EQ(rig.downloader.urls(), QStringList{QStringLiteral("http://one/")});
     EXPECT_EQ(rig.crawl().pageCounter(), 2);
     EXPECT_TRUE(rig.messages.isEmpty());
@@ -118,8 +115,6 @@ TEST(UrlSources, SingleUrlCountsTwiceAndEndsWhenTheQueuesRunDry)
     rig.crawl().crawlStep();
     EXPECT_EQ(rig.messages, QStringList{QString::fromLatin1(kSingleUrlDoneMessage)});
     EXPECT_EQ(rig.crawl().state(), CrawlState::EndedBySingleUrl);
-    EXPECT_FALSE(rig.crawl().startEnabled());
-    EXPECT_TRUE(rig.crawl().saveLeadsEnabled());
     EXPECT_FALSE(rig.crawl().crawlTimerRunning());
 }
 
@@ -128,7 +123,7 @@ TEST(UrlSources, SingleUrlClearedAfterStartAsksForTheUrlAndStartsNothing)
     CrawlRig rig;
     rig.job.searchType = SearchType::SingleUrl;
     rig.connection.online = false; // Start leaves the first step to the timer
-    rig.crawl().Start();
+    rig.start();
     rig.connection.online = true;
     rig.job.url = QStringLiteral("   ");
     rig.timers.advance(rig.crawl().crawlIntervalMs());
@@ -140,16 +135,13 @@ TEST(UrlSources, SingleUrlClearedAfterStartAsksForTheUrlAndStartsNothing)
 TEST(UrlSources, SearchEnginesTakeOneEngineAndPageThroughTheFirstKeyword)
 {
     CrawlRig rig;
-    rig.job.engines = {EngineChoice{QStringLiteral("One$http://one/"), 1, false},
-                       EngineChoice{QStringLiteral("Two") + QString(50, QLatin1Char(' ')) +
-                                        QStringLiteral("$http://two/"),
-                                    2, true}};
-    rig.job.keywords = {ListChoice{QStringLiteral("skip"), false},
-                        CrawlRig::selected(QStringLiteral(" lamps "))};
-    rig.crawl().Start();
+    rig.job.engines.setEntries({{QStringLiteral("One"), 1, QStringLiteral("http://one/"), false},
+                                {QStringLiteral("Two"), 2, QStringLiteral("http://two/"), true}});
+    CrawlRig::fill(rig.job.keywords, {{"skip", false}, {" lamps ", true}});
+    rig.start();
     EXPECT_EQ(rig.searchList.queries, QStringList{QStringLiteral("0/2/lamps")});
     EXPECT_EQ(rig.crawl().currentMainUrl(), QStringLiteral("http://two/"));
-    EXPECT_FALSE(rig.job.engines[1].selected); // consumed
+    EXPECT_FALSE(rig.job.engines.isMarked(1)); // consumed
     EXPECT_TRUE(rig.analysis.pending);
     EXPECT_EQ(rig.downloader.slotNumbers(), QList<int>{1});
     EXPECT_EQ(rig.analysis.filterList, QStringLiteral(".com#.net#"));
@@ -169,12 +161,11 @@ TEST(UrlSources, SearchEnginesTakeOneEngineAndPageThroughTheFirstKeyword)
 TEST(UrlSources, EmptyQueryAddressMovesOnAndRestsOneStepAfterAnEmptyResultPage)
 {
     CrawlRig rig;
-    rig.job.engines = {EngineChoice{QStringLiteral("E$http://e/"), 1, true}};
-    rig.job.keywords = {CrawlRig::selected(QStringLiteral("first")),
-                        CrawlRig::selected(QStringLiteral("second"))};
+    rig.job.engines.setEntries({{QStringLiteral("E"), 1, QStringLiteral("http://e/"), true}});
+    CrawlRig::fill(rig.job.keywords, {{"first", true}, {"second", true}});
     rig.searchList.emptyFor = {QStringLiteral("first")};
     rig.analysis.pending = true;
-    rig.crawl().Start();
+    rig.start();
     // "first" gave no address; the same step asks with the keywords from index 1.
     EXPECT_EQ(rig.searchList.queries,
               (QStringList{QStringLiteral("0/1/first"), QStringLiteral("0/1/second")}));
@@ -199,13 +190,13 @@ TEST(UrlSources, BlankAddressFilterListIsRefreshedOnceAtStart)
     CrawlRig rig;
     rig.job.searchType = SearchType::UrlList;
     rig.searchList.initialFilter = QStringLiteral("  ");
-    rig.crawl().Start();
+    rig.start();
     EXPECT_EQ(rig.searchList.filterReads, 2);
     EXPECT_EQ(rig.analysis.filterList, QStringLiteral(".com#"));
 
     CrawlRig noLeads;
     noLeads.job.searchType = SearchType::UrlList;
     noLeads.job.excludeEmailExtraction = true;
-    noLeads.crawl().Start();
+    noLeads.start();
     EXPECT_EQ(noLeads.searchList.filterReads, 0);
 }

@@ -1,5 +1,6 @@
 #include "DownloadTestSupport.h"
 #include "TestProxies.h"
+#include "support/FaultInjector.h"
 #include "support/TestSupport.h"
 
 #include "common/AppSettings.h"
@@ -24,7 +25,11 @@ constexpr int kPageTimeoutMs = 20000;
 class DownloadTest : public ::testing::Test
 {
 protected:
-    void SetUp() override { ASSERT_TRUE(server.start()) << server.errorString().toStdString(); }
+    void SetUp() override
+    {
+        installFaults(server);
+        ASSERT_TRUE(server.start()) << server.errorString().toStdString();
+    }
 
     // A downloader with the given changes to the defaults.
     template <typename Change>
@@ -117,7 +122,7 @@ TEST_F(DownloadTest, RedirectsAreFollowedUpToFive)
 TEST_F(DownloadTest, CompressedPagesArriveDecoded)
 {
     auto d = downloader();
-    const QByteArray expected = DemoWebServer::compressibleText(300000);
+    const QByteArray expected = compressibleText(300000);
     EXPECT_EQ(fetch(*d, server.url(QStringLiteral("/_fault/gzip?bytes=300000"))), expected);
     EXPECT_EQ(fetch(*d, server.url(QStringLiteral("/_fault/deflate?bytes=300000"))), expected);
     // A small bomb that fits under the cap decodes completely and correctly.
@@ -394,7 +399,7 @@ TEST(ProxySettingsTest, JobTextsChooseTheProxyKind)
     using K = ProxySettings::Kind;
     const auto kindOf = [](const char *type) {
         return ProxySettings::fromJob(QString::fromLatin1(type), QStringLiteral("10.0.0.1"), 80, {},
-                                      {}, QStringLiteral("0"))
+                                      {}, false)
             .kind;
     };
     EXPECT_EQ(kindOf("No Proxy"), K::None);
@@ -403,19 +408,19 @@ TEST(ProxySettingsTest, JobTextsChooseTheProxyKind)
     EXPECT_EQ(kindOf("SOCKS5 Proxy"), K::Socks5);
     EXPECT_EQ(kindOf("something else"), K::None);
 
-    const ProxySettings p = ProxySettings::fromJob(
-        QStringLiteral("SOCKS5 Proxy"), QStringLiteral(" proxy.lan "), 1080,
-        QStringLiteral("Administrator"), QStringLiteral("guestuser"), QStringLiteral("1"));
+    const ProxySettings p =
+        ProxySettings::fromJob(QStringLiteral("SOCKS5 Proxy"), QStringLiteral(" proxy.lan "), 1080,
+                               QStringLiteral("Administrator"), QStringLiteral("guestuser"), true);
     EXPECT_EQ(p.host, QStringLiteral("proxy.lan"));
     EXPECT_EQ(p.port, 1080);
     EXPECT_TRUE(p.remoteDns);
     EXPECT_EQ(p.userName, QStringLiteral("Administrator"));
     // No host, or a port out of range: no proxy at all.
     EXPECT_EQ(
-        ProxySettings::fromJob(QStringLiteral("Normal Proxy"), QString(), 80, {}, {}, {}).kind,
+        ProxySettings::fromJob(QStringLiteral("Normal Proxy"), QString(), 80, {}, {}, false).kind,
         K::None);
     EXPECT_EQ(ProxySettings::fromJob(QStringLiteral("Normal Proxy"), QStringLiteral("h"), 70000, {},
-                                     {}, {})
+                                     {}, false)
                   .kind,
               K::None);
 }

@@ -3,6 +3,7 @@
 
 #include "DemoWebLeads.h"
 #include "HarvestRun.h"
+#include "support/FaultInjector.h"
 #include "support/TestSupport.h"
 
 #include "analysis/AnalysisContext.h"
@@ -78,10 +79,17 @@ TEST(HarvestEndToEnd, SearchEngineRunEndsAtThePageLimit)
 TEST(HarvestEndToEnd, FailedPagesAreSkippedAndTheRunGoesOn)
 {
     TempDataFolder home;
+    DemoWebServer faults;
+    installFaults(faults);
+    ASSERT_TRUE(faults.start());
     writeFile(home.file(QStringLiteral("urls.txt")),
-              "http://{{HOST}}/_fault/reset\nhttp://{{HOST}}/_fault/status?code=500\n"
-              "http://{{HOST}}/_fault/stall\nhttp://{{HOST}}/acme/\n");
-    const CliRun run = harvest(home, {"--demo", "--urls", home.file("urls.txt"), "--timeout", "2"});
+              faults.url(QStringLiteral("/_fault/reset\n")).toUtf8() +
+                  faults.url(QStringLiteral("/_fault/status?code=500\n")).toUtf8() +
+                  faults.url(QStringLiteral("/_fault/stall\n")).toUtf8() +
+                  "http://{{HOST}}/acme/\n");
+    // The test's own server answers while the program runs.
+    const CliRun run = harvest(home, {"--demo", "--urls", home.file("urls.txt"), "--timeout", "2"},
+                               ServeEvents::Yes);
     ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_EQ(run.out.trimmed(), QStringLiteral("Corvane has completed the specified search."));
     for (const QString &lead : kAcmeLeads)
@@ -97,6 +105,8 @@ TEST(HarvestEndToEnd, BadFlagsAreRefusedWithTheJobsMessages)
         {{"--url", "http://127.0.0.1:9/", "--leads", "abc"},
          "Please enter numeric Leads count under settings tab."},
         {{"--engine", "Bing"}, "Please select desired keywords under keyword tab."},
+        {{"--demo", "--exclude-type", "info", "--include-type", "sales"},
+         "--exclude-type and --include-type cannot be combined"},
     };
     for (const auto &[args, message] : cases) {
         QByteArray err;
@@ -122,7 +132,6 @@ TEST(HarvestEndToEnd, LostConnectionIsWaitedOutAndTheRunResumes)
     HarvestJob job;
     job.searchType = SearchType::SingleUrl;
     job.url = web.url(QStringLiteral("/coastal/"));
-    job.pageTimeout = QStringLiteral("1");
     AnalysisContext context;
     context.filters.leadLimit = 10000;
     ExtractorAnalysis analysis(context);
@@ -131,9 +140,8 @@ TEST(HarvestEndToEnd, LostConnectionIsWaitedOutAndTheRunResumes)
     CurlDownloader downloader;
     ConnectionProbe probe(QUrl(QStringLiteral("http://127.0.0.1:%1/").arg(probePort)));
     probe.setTimeoutMs(500);
-    CrawlController crawl(job, CrawlProfile::Classic,
-                          CrawlController::Parts{&downloader, &RealTimerSource::instance(),
-                                                 &analysis, nullptr, &searchList, &probe});
+    CrawlController crawl(job, CrawlController::Parts{&downloader, &RealTimerSource::instance(),
+                                                      &analysis, nullptr, &searchList, &probe});
     QStringList messages;
     QObject::connect(&crawl, &CrawlController::message,
                      [&](const QString &text) { messages << text; });
@@ -145,13 +153,11 @@ TEST(HarvestEndToEnd, LostConnectionIsWaitedOutAndTheRunResumes)
         // Back after a while: the 10-second re-test must find it.
         QTimer::singleShot(3000, [&] { probeServer.listen(QHostAddress::LocalHost, probePort); });
     });
-    QObject::connect(&crawl.resume(), &ResumeController::dialogClosed,
-                     [&] { crawl.windowActivated(); });
     QEventLoop loop;
     QObject::connect(&crawl, &CrawlController::finished, &loop, &QEventLoop::quit);
     QTimer::singleShot(90000, &loop, &QEventLoop::quit);
 
-    crawl.Start();
+    crawl.Start(CrawlSettings{1000, CrawlProfile::Classic});
     // Gone right after the start page went out.
     QTimer::singleShot(200, [&] { probeServer.close(); });
     loop.exec();

@@ -7,18 +7,19 @@
 
 namespace corvane::test {
 
-CliRun harvest(const TempDataFolder &home, QStringList args)
+CliRun harvest(const TempDataFolder &home, QStringList args, ServeEvents serve)
 {
     const QString leadFile = home.file(QStringLiteral("leads.csv"));
     QFile::remove(leadFile);
     QByteArray out;
     QByteArray err;
     CliRun run;
-    run.exitCode =
-        runProgram(QStringLiteral("corvane-cli"),
-                   QStringList{QStringLiteral("--home"), home.path(), QStringLiteral("harvest")} +
-                       args + QStringList{QStringLiteral("--out"), leadFile},
-                   &out, &err, {}, 120000);
+    const QStringList all =
+        QStringList{QStringLiteral("--home"), home.path(), QStringLiteral("harvest")} + args +
+        QStringList{QStringLiteral("--out"), leadFile};
+    run.exitCode = serve == ServeEvents::Yes
+                       ? runProgramServing(QStringLiteral("corvane-cli"), all, &out, &err)
+                       : runProgram(QStringLiteral("corvane-cli"), all, &out, &err);
     run.out = QString::fromUtf8(out);
     run.err = QString::fromUtf8(err);
     if (const Result<QStringList> leads = ReadWorkbook(leadFile)) {

@@ -16,9 +16,12 @@ struct CliRun
     QStringList leads; // sorted
 };
 
+// Whether this process's event loop runs while the command does (for servers of the test).
+enum class ServeEvents { No, Yes };
+
 // Runs the harvest command in the data folder home with args, leads written to
 // home/leads.csv.
-CliRun harvest(const TempDataFolder &home, QStringList args);
+CliRun harvest(const TempDataFolder &home, QStringList args, ServeEvents serve = ServeEvents::No);
 
 // The page files stored under each taxonomy term of the only knowledge base below root
 // (the data folder's "KnowledgeBases" when empty).

@@ -8,17 +8,16 @@ using namespace corvane;
 
 namespace {
 
-// A job that passes every check: one engine, one URL, one keyword selected.
-HarvestJob completeJob(SearchType type = SearchType::SearchEngines)
+// Makes job pass every check: one engine, one URL, one keyword selected.
+void complete(HarvestJob &job, SearchType type = SearchType::SearchEngines)
 {
-    HarvestJob job;
     job.searchType = type;
-    job.engines = {{QStringLiteral("Engine A"), 1, false}, {QStringLiteral("Engine B"), 2, true}};
-    job.urlList = {{QStringLiteral("http://a.example/"), false},
-                   {QStringLiteral("http://b.example/"), true}};
+    job.engines.setEntries({{QStringLiteral("Engine A"), 1, QStringLiteral("a/"), false},
+                            {QStringLiteral("Engine B"), 2, QStringLiteral("b/"), true}});
+    job.urlList.setEntries({{QStringLiteral("http://a.example/"), 0, {}, false},
+                            {QStringLiteral("http://b.example/"), 0, {}, true}});
     job.url = QStringLiteral("http://c.example/");
-    job.keywords = {{QStringLiteral("widgets"), true}};
-    return job;
+    job.keywords.setEntries({{QStringLiteral("widgets"), 0, {}, true}});
 }
 
 void expectRefused(const JobCheck &check, const QString &message, WizardTab tab)
@@ -38,82 +37,69 @@ struct Fault
     WizardTab tab;
 };
 
-void expectFaultOrder(const HarvestJob &base, const std::vector<Fault> &faults,
+void expectFaultOrder(const std::function<void(HarvestJob &)> &prepare,
+                      const std::vector<Fault> &faults,
                       const std::function<JobCheck(const HarvestJob &)> &check)
 {
     for (size_t first = 0; first < faults.size(); ++first) {
-        HarvestJob job = base;
+        HarvestJob job;
+        prepare(job);
         // Later faults first, so that of two faults in one field the earlier one is left.
         for (size_t i = faults.size(); i-- > first;)
             faults[i].spoil(job);
         SCOPED_TRACE(faults[first].message.toStdString());
         expectRefused(check(job), faults[first].message, faults[first].tab);
     }
-    EXPECT_TRUE(check(base).passed());
+    HarvestJob job;
+    prepare(job);
+    EXPECT_TRUE(check(job).passed());
 }
 
 } // namespace
 
-TEST(HarvestJob, DefaultJobPassesAndCapturesTheDefaults)
-{
-    const JobCheck check = validateStart(completeJob());
-    ASSERT_TRUE(check.passed()) << check.message.toStdString();
-    EXPECT_EQ(check.tab, WizardTab::Result);
-    ASSERT_TRUE(check.captured.has_value());
-    const CapturedJobValues &v = *check.captured;
-    EXPECT_EQ(v.pageTimeoutSeconds, 30);
-    EXPECT_EQ(v.pageTimeoutMs(), 30000);
-    EXPECT_EQ(v.maxPages, 100000);
-    EXPECT_EQ(v.maxLeads, 10000);
-    EXPECT_EQ(v.stopAfter, QStringLiteral("60"));
-    EXPECT_EQ(v.proxyType, QStringLiteral("Normal Proxy"));
-    EXPECT_EQ(v.proxyHost, QStringLiteral("10.0.0.1"));
-    EXPECT_EQ(v.proxyPort, 80);
-    EXPECT_EQ(v.proxyUserName, QStringLiteral("Administrator"));
-    EXPECT_EQ(v.proxyPassword, QStringLiteral("guestuser"));
-    EXPECT_EQ(v.remoteDns, QStringLiteral("0"));
-    // The drop-down's start-up choice must be one it offers.
-    EXPECT_TRUE(HarvestJob::pageTimeoutChoices().contains(HarvestJob{}.pageTimeout));
-    EXPECT_TRUE(HarvestJob::proxyTypeChoices().contains(HarvestJob{}.proxyType));
-}
-
 TEST(HarvestJobNext1, EachSourceNeedsItsSelectionAndPicksTheNextTab)
 {
-    HarvestJob job = completeJob();
+    HarvestJob job;
+    complete(job);
     job.urlList.clear();
     job.url.clear();
-    for (EngineChoice &e : job.engines)
-        e.selected = false;
-    expectRefused(checkNext1(job),
+    job.engines.setAllMarked(false);
+    expectRefused(checkSearchTab(job),
                   QStringLiteral("Select atleast one search engine from the list."),
                   WizardTab::Search);
 
     job.searchType = SearchType::SingleUrl;
     job.url = QStringLiteral("  \t ");
-    expectRefused(checkNext1(job), QStringLiteral("Please enter URL."), WizardTab::Search);
+    expectRefused(checkSearchTab(job), QStringLiteral("Please enter URL."), WizardTab::Search);
 
     job.searchType = SearchType::UrlList;
-    job.urlList = {{QStringLiteral("http://x.example/"), false}};
-    expectRefused(checkNext1(job), QStringLiteral("Select atleast one URL from the list."),
+    job.urlList.append(QStringLiteral("http://x.example/"), false);
+    expectRefused(checkSearchTab(job), QStringLiteral("Select atleast one URL from the list."),
                   WizardTab::Search);
 
-    EXPECT_EQ(checkNext1(completeJob(SearchType::SearchEngines)).tab, WizardTab::Keyword);
-    EXPECT_EQ(checkNext1(completeJob(SearchType::UrlList)).tab, WizardTab::Settings);
-    EXPECT_EQ(checkNext1(completeJob(SearchType::SingleUrl)).tab, WizardTab::Settings);
+    for (const auto &[type, tab] : {std::pair{SearchType::SearchEngines, WizardTab::Keyword},
+                                    std::pair{SearchType::UrlList, WizardTab::Settings},
+                                    std::pair{SearchType::SingleUrl, WizardTab::Settings}}) {
+        HarvestJob ready;
+        complete(ready, type);
+        EXPECT_EQ(checkSearchTab(ready).tab, tab);
+    }
     // Only the selected source matters: no engine selected is fine for a single URL.
-    HarvestJob single = completeJob(SearchType::SingleUrl);
+    HarvestJob single;
+    complete(single, SearchType::SingleUrl);
     single.engines.clear();
     single.urlList.clear();
-    EXPECT_TRUE(checkNext1(single).passed());
+    EXPECT_TRUE(checkSearchTab(single).passed());
 }
 
 TEST(HarvestJobNext2, KeywordsMatterOnlyForSearchEngines)
 {
     for (SearchType type :
          {SearchType::SearchEngines, SearchType::UrlList, SearchType::SingleUrl}) {
-        HarvestJob job = completeJob(type);
-        job.keywords[0].selected = false;
-        const JobCheck next2 = checkNext2(job);
+        HarvestJob job;
+        complete(job, type);
+        job.keywords.setMarked(0, false);
+        const JobCheck next2 = checkKeywordTab(job);
         const JobCheck start = validateStart(job);
         if (type == SearchType::SearchEngines) {
             expectRefused(next2, QStringLiteral("Please select desired keywords."),
@@ -131,15 +117,17 @@ TEST(HarvestJobNext2, KeywordsMatterOnlyForSearchEngines)
 
 TEST(HarvestJobNext3, ReportsOnlyTheFirstFaultInOrder)
 {
-    HarvestJob job = completeJob();
-    job.buildKnowledgeBase = true;
-    job.knowledgeBaseRoot = QStringLiteral("/kb");
+    const auto prepare = [](HarvestJob &job) {
+        complete(job);
+        job.buildKnowledgeBase = true;
+        job.knowledgeBaseRoot = QStringLiteral("/kb");
+    };
     const auto set = [](QString HarvestJob::*field, const char *text) {
         return [field, text](HarvestJob &j) { j.*field = QString::fromLatin1(text); };
     };
     const WizardTab s = WizardTab::Settings;
     expectFaultOrder(
-        job,
+        prepare,
         {
             {set(&HarvestJob::stopAfter, "   "), "Please enter Search duration.", s},
             {set(&HarvestJob::stopAfter, "abc"), "Please enter numeric search duration.", s},
@@ -151,16 +139,17 @@ TEST(HarvestJobNext3, ReportsOnlyTheFirstFaultInOrder)
             {set(&HarvestJob::knowledgeBaseRoot, "  "), "Please select the Knowledge Base folder.",
              s},
         },
-        checkNext3);
+        checkSettingsTab);
 }
 
 TEST(HarvestJobNext3, AcceptsZeroAndNegativeLimitsThatStartRefuses)
 {
     for (const char *text : {"0", "-5"}) {
-        HarvestJob job = completeJob();
+        HarvestJob job;
+        complete(job);
         job.stopAfter = QString::fromLatin1(text);
         job.maxPages = QString::fromLatin1(text);
-        const JobCheck next3 = checkNext3(job);
+        const JobCheck next3 = checkSettingsTab(job);
         ASSERT_TRUE(next3.passed()) << next3.message.toStdString();
         EXPECT_EQ(next3.tab, WizardTab::Filters);
         ASSERT_TRUE(next3.captured.has_value());
@@ -178,14 +167,8 @@ TEST(HarvestJobStart, ReportsOnlyTheFirstFaultInOrder)
     const auto set = [](QString HarvestJob::*field, const char *text) {
         return [field, text](HarvestJob &j) { j.*field = QString::fromLatin1(text); };
     };
-    const auto unselectEngines = [](HarvestJob &j) {
-        for (EngineChoice &e : j.engines)
-            e.selected = false;
-    };
-    const auto unselectKeywords = [](HarvestJob &j) {
-        for (ListChoice &k : j.keywords)
-            k.selected = false;
-    };
+    const auto unselectEngines = [](HarvestJob &j) { j.engines.setAllMarked(false); };
+    const auto unselectKeywords = [](HarvestJob &j) { j.keywords.setAllMarked(false); };
     const WizardTab s = WizardTab::Settings;
     const std::vector<Fault> limits = {
         {set(&HarvestJob::stopAfter, ""), "Please enter Search duration under settings tab.", s},
@@ -215,11 +198,14 @@ TEST(HarvestJobStart, ReportsOnlyTheFirstFaultInOrder)
 
     // Each source's own checks come first, then the limits.
     const auto expectStartOrder = [&](SearchType type, std::vector<Fault> faults) {
-        HarvestJob job = completeJob(type);
-        job.buildKnowledgeBase = true;
-        job.knowledgeBaseRoot = QStringLiteral("/kb");
         faults.insert(faults.end(), limits.begin(), limits.end());
-        expectFaultOrder(job, faults, validateStart);
+        expectFaultOrder(
+            [type](HarvestJob &job) {
+                complete(job, type);
+                job.buildKnowledgeBase = true;
+                job.knowledgeBaseRoot = QStringLiteral("/kb");
+            },
+            faults, validateStart);
     };
     expectStartOrder(
         SearchType::SearchEngines,
@@ -229,7 +215,7 @@ TEST(HarvestJobStart, ReportsOnlyTheFirstFaultInOrder)
           WizardTab::Keyword}});
     expectStartOrder(
         SearchType::UrlList,
-        {{[](HarvestJob &j) { j.urlList[1].selected = false; },
+        {{[](HarvestJob &j) { j.urlList.setMarked(1, false); },
           "Select atleast one URL from the list under search tab.", WizardTab::Search}});
     expectStartOrder(
         SearchType::SingleUrl,
@@ -238,27 +224,31 @@ TEST(HarvestJobStart, ReportsOnlyTheFirstFaultInOrder)
 
 TEST(HarvestJobStart, KnowledgeBaseRootMattersOnlyWhenBuilding)
 {
-    HarvestJob job = completeJob();
+    HarvestJob job;
+    complete(job);
     job.knowledgeBaseRoot = QStringLiteral("   ");
     EXPECT_TRUE(validateStart(job).passed());
-    EXPECT_TRUE(checkNext3(job).passed());
+    EXPECT_TRUE(checkSettingsTab(job).passed());
     job.buildKnowledgeBase = true;
     EXPECT_FALSE(validateStart(job).passed());
     job.knowledgeBaseRoot = QStringLiteral("C:\\KB");
     EXPECT_TRUE(validateStart(job).passed());
 }
 
-TEST(HarvestJobCapture, ConversionFailuresCarryTheOperationLabel)
+TEST(HarvestJobCapture, ConversionFailuresNameTheirFieldAndCarryTheOperationLabel)
 {
-    HarvestJob job = completeJob();
+    HarvestJob job;
+    complete(job);
     job.proxyPort = QStringLiteral("eighty");
-    const JobCheck next3 = checkNext3(job);
+    const JobCheck next3 = checkSettingsTab(job);
     EXPECT_EQ(next3.outcome, JobCheck::Outcome::ConversionFailed);
     EXPECT_EQ(next3.message, QStringLiteral("Next3->Port: \"eighty\" is not a number."));
     EXPECT_FALSE(next3.captured.has_value());
     const JobCheck start = validateStart(job);
-    EXPECT_EQ(start.outcome, JobCheck::Outcome::ConversionFailed);
     EXPECT_EQ(start.message, QStringLiteral("cmdStart->Port: \"eighty\" is not a number."));
+    ASSERT_TRUE(start.conversion.has_value());
+    EXPECT_EQ(start.conversion->field, JobField::ProxyPort);
+    EXPECT_EQ(start.conversion->detail, QStringLiteral("\"eighty\" is not a number."));
 
     // Too large for 32 bits passes the numeric checks but not the capture; the fields are
     // converted in table order, so the page limit is named before the bad port.
@@ -267,31 +257,38 @@ TEST(HarvestJobCapture, ConversionFailuresCarryTheOperationLabel)
               QStringLiteral("cmdStart->Maximum Pages Search: \"2147483648\" is out of range "
                              "(-2147483648 to 2147483647)."));
     job.maxPages = QStringLiteral("2147483647");
-    job.proxyPort = QStringLiteral("65535"); // a real port, but not a 16-bit signed integer
-    EXPECT_EQ(checkNext3(job).message,
-              QStringLiteral("Next3->Port: \"65535\" is out of range (-32768 to 32767)."));
-    job.proxyPort.clear();
-    EXPECT_EQ(checkNext3(job).message, QStringLiteral("Next3->Port: \"\" is not a number."));
+    // Every TCP port, and nothing else.
+    for (const char *port : {"1", "40000", "65535"}) {
+        job.proxyPort = QString::fromLatin1(port);
+        EXPECT_TRUE(checkSettingsTab(job).passed()) << port;
+    }
+    for (const char *port : {"0", "65536"}) {
+        job.proxyPort = QString::fromLatin1(port);
+        EXPECT_EQ(checkSettingsTab(job).message,
+                  QStringLiteral("Next3->Port: \"%1\" is out of range (1 to 65535).").arg(port));
+    }
 }
 
 TEST(HarvestJobCapture, ConvertsPortCheckBoxAndRoundsHalvesToEven)
 {
-    HarvestJob job = completeJob();
+    HarvestJob job;
+    complete(job);
     job.proxyPort = QStringLiteral(" 8080 ");
     job.remoteDns = true;
     job.maxPages = QStringLiteral("2.5");
     job.maxLeads = QStringLiteral("3.5");
     job.pageTimeout = QStringLiteral("60");
-    const Result<CapturedJobValues> v = captureJobValues(job);
-    ASSERT_TRUE(v.ok()) << v.message().toStdString();
-    EXPECT_EQ(v->proxyPort, 8080);
-    EXPECT_EQ(v->remoteDns, QStringLiteral("1"));
-    EXPECT_EQ(v->maxPages, 2);
-    EXPECT_EQ(v->maxLeads, 4);
-    EXPECT_EQ(v->pageTimeoutMs(), 60000);
+    CapturedJobValues v;
+    ASSERT_FALSE(captureJobValues(job, v).has_value());
+    EXPECT_EQ(v.proxyPort, 8080);
+    EXPECT_TRUE(v.remoteDns);
+    EXPECT_EQ(v.maxPages, 2);
+    EXPECT_EQ(v.maxLeads, 4);
+    EXPECT_EQ(v.pageTimeoutMs(), 60000);
     // The largest 16-bit time-out still fits in milliseconds.
     job.pageTimeout = QStringLiteral("32767");
-    EXPECT_EQ(captureJobValues(job)->pageTimeoutMs(), 32767000);
+    ASSERT_FALSE(captureJobValues(job, v).has_value());
+    EXPECT_EQ(v.pageTimeoutMs(), 32767000);
 }
 
 TEST(HarvestJobNumbers, NumericTextIsSignDigitsAndOptionalDecimals)
@@ -316,7 +313,8 @@ TEST(HarvestJobNumbers, HugeInputIsNumericButNeverConverts)
     const QString huge(100000, QLatin1Char('9'));
     EXPECT_TRUE(isNumericText(huge));
     EXPECT_FALSE(toInt32(huge, QStringLiteral("F")).ok());
-    HarvestJob job = completeJob();
+    HarvestJob job;
+    complete(job);
     job.maxLeads = QStringLiteral("-") + huge;
     expectRefused(validateStart(job),
                   QStringLiteral("The maximum number of Leads to be extracted should greater than "

@@ -21,7 +21,7 @@ public:
 };
 
 using Verdict = ResumeController::StepVerdict;
-using Activation = ResumeController::ActivationAction;
+using Activation = ResumeController::ReturnAction;
 using State = ResumeController::State;
 
 struct ResumeRig
@@ -58,7 +58,7 @@ TEST(ResumeController, OnlineStepsProceedAndNothingIsRestoredBeforeAnyQuestion)
     ResumeRig rig;
     EXPECT_EQ(rig.resume.connectionTested(true), Verdict::Proceed);
     EXPECT_EQ(rig.resume.state(), State::Online);
-    EXPECT_EQ(rig.resume.windowActivated(), Activation::Nothing);
+    EXPECT_EQ(rig.resume.actionAfterQuestion(), Activation::Nothing);
     EXPECT_TRUE(rig.resume.dialogReply().isEmpty());
     EXPECT_TRUE(rig.events.isEmpty());
 }
@@ -68,7 +68,7 @@ TEST(ResumeController, ConnectionBackWithinOnePeriodClosesTheQuestionByItself)
     ResumeRig rig;
     rig.loseConnection();
     EXPECT_EQ(rig.resume.state(), State::OfflineAsking);
-    EXPECT_EQ(rig.resume.windowActivated(), Activation::Nothing);
+    EXPECT_EQ(rig.resume.actionAfterQuestion(), Activation::Nothing);
 
     // Crawl steps under the open question neither ask again nor resume anything, but a step
     // that finds the connection puts the run back online while the question stays up.
@@ -90,7 +90,7 @@ TEST(ResumeController, ConnectionBackWithinOnePeriodClosesTheQuestionByItself)
     EXPECT_EQ(rig.resume.dialogReply(), QStringLiteral("ok"));
     EXPECT_FALSE(rig.resume.resumeMode());
     EXPECT_FALSE(rig.resume.isRetestTimerActive());
-    EXPECT_EQ(rig.resume.windowActivated(), Activation::EnableTimers);
+    EXPECT_EQ(rig.resume.actionAfterQuestion(), Activation::EnableTimers);
 }
 
 TEST(ResumeController, StillOfflineKeepsAskingEveryTenSecondsWithOneTestAtATime)
@@ -122,7 +122,7 @@ TEST(ResumeController, ResumeModeWaitsSilentlyForTheCrawlStepToFindTheConnection
     EXPECT_EQ(rig.resume.state(), State::OfflineWaiting);
     EXPECT_TRUE(rig.resume.resumeMode());
     EXPECT_EQ(rig.resume.dialogReply(), QStringLiteral("ok"));
-    EXPECT_EQ(rig.resume.windowActivated(), Activation::EnableTimersAndProcessLinks);
+    EXPECT_EQ(rig.resume.actionAfterQuestion(), Activation::EnableTimersAndProcessLinks);
 
     // The question's own re-test stops with it; only crawl steps test from now on.
     rig.timers.advance(60000);
@@ -133,7 +133,7 @@ TEST(ResumeController, ResumeModeWaitsSilentlyForTheCrawlStepToFindTheConnection
     EXPECT_EQ(rig.resume.state(), State::Online);
     EXPECT_FALSE(rig.resume.resumeMode());
     EXPECT_EQ(rig.resume.connectionTested(true), Verdict::Proceed);
-    EXPECT_EQ(rig.resume.windowActivated(), Activation::EnableTimers);
+    EXPECT_EQ(rig.resume.actionAfterQuestion(), Activation::EnableTimers);
 
     // Lost again later with resume mode off: the question comes back.
     rig.loseConnection();
@@ -147,7 +147,7 @@ TEST(ResumeController, CancelEndsTheRunUntilTheNextStart)
     EXPECT_EQ(rig.takeEvents(), (QStringList{"close", "stop"}));
     EXPECT_EQ(rig.resume.state(), State::Ended);
     EXPECT_EQ(rig.resume.dialogReply(), QStringLiteral("ok"));
-    EXPECT_EQ(rig.resume.windowActivated(), Activation::Nothing);
+    EXPECT_EQ(rig.resume.actionAfterQuestion(), Activation::Nothing);
     rig.timers.advance(60000);
     EXPECT_EQ(rig.probe.requests, 0);
 
@@ -157,10 +157,10 @@ TEST(ResumeController, CancelEndsTheRunUntilTheNextStart)
     EXPECT_TRUE(rig.events.isEmpty());
     EXPECT_FALSE(rig.resume.resumeMode());
 
-    // The reply stays "ok", so after a new Start every activation brings the timers back.
+    // The reply stays "ok", so after a new Start every closed question brings the timers back.
     rig.resume.runStarted();
     EXPECT_EQ(rig.resume.state(), State::Online);
-    EXPECT_EQ(rig.resume.windowActivated(), Activation::EnableTimers);
+    EXPECT_EQ(rig.resume.actionAfterQuestion(), Activation::EnableTimers);
 }
 
 TEST(ResumeController, AnAnswerDuringAPendingTestWins)

@@ -3,6 +3,7 @@
 #include "engine/CurlDownloader.h"
 #include "engine/DemoWebServer.h"
 #include "engine/SearchListProvider.h"
+#include "scan/LeadsScan.h"
 
 #include <QTest>
 
@@ -98,12 +99,21 @@ TEST_F(SearchListProviderTest, RefreshFallsBackToBundledListWhenTheCopyIsEmpty)
     EXPECT_EQ(provider.GetEngineList(), QStringLiteral("Only$http://only.test/#"));
 }
 
-TEST_F(SearchListProviderTest, AddressFilterListJoinsFragmentsWithHash)
+// harvest (the provider), extract (the bundled list) and scan (the leads scan over it) read
+// the data folder's address filter file alike: comments, blank lines, tabs, "#" or line ends.
+TEST_F(SearchListProviderTest, EveryCommandReadsTheAddressFilterFileAlike)
 {
     writeFile(home.file(QStringLiteral("search/address-filters.txt")),
-              "; endings\n.com\n.net#.org#\n\n  .de  \n");
+              "; endings we take\r\n\t.com#\n.net\t# .org#\n\n  .de  \n");
+    const QStringList fragments{".com", ".net", ".org", ".de"};
     SearchListProvider provider;
     EXPECT_EQ(provider.GetAddressFilterList(), QStringLiteral(".com#.net#.org#.de#"));
+    EXPECT_EQ(AddressFilterList(provider.GetAddressFilterList()).fragments(), fragments);
+    EXPECT_EQ(AddressFilterList::bundled().fragments(), fragments);
+    LeadsScan scan(AddressFilterList::bundled());
+    writeFile(home.file(QStringLiteral("page.txt")), "a@b.com c@d.ca e@f.de");
+    ASSERT_TRUE(scan.runFileScan(home.file(QStringLiteral("page.txt"))));
+    EXPECT_EQ(scan.leads().texts(), (QStringList{"a@b.com", "e@f.de"}));
 
     writeFile(home.file(QStringLiteral("search/address-filters.txt")), "");
     EXPECT_EQ(provider.GetAddressFilterList(), QStringLiteral(".com#.net#.org#.de#")); // kept

@@ -1,7 +1,7 @@
-#include "analysis/AnalysisContext.h"
 #include "common/TimerSource.h"
 #include "engine/ConnectionProbe.h"
 #include "engine/FixedConnection.h"
+#include "engine/HarvestJob.h"
 #include "engine/ResumeController.h"
 #include "support/TestSupport.h"
 #include "ui/BookmarkImportDialog.h"
@@ -50,27 +50,30 @@ TEST(ResumeDialogTest, ClosesByItselfWhenTheConnectionReturns)
     EXPECT_EQ(controller.dialogReply(), ResumeTexts::ReplyOk);
 }
 
+// The import leaves out the domains the job excludes at that moment: checked entries only.
 TEST(ImportDialogTest, AppendsTheBookmarkedAddressesOrExplainsWhyNot)
 {
     test::TempDataFolder home;
-    AnalysisContext context;
-    context.searchEngineSelected = false;
+    HarvestJob job;
+    job.excludedDomains.setEntries({{QStringLiteral("127.0.0.1/c"), 1, {}, true},
+                                    {QStringLiteral("127.0.0.1/b"), 2, {}, false}});
     MessageCapture messages;
 
-    BookmarkImportDialog dialog(context);
+    BookmarkImportDialog dialog(job);
     QTest::mouseClick(dialog.importButton(), Qt::LeftButton);
     EXPECT_EQ(messages.messages().last(), QStringLiteral("Please enter path of the file."));
     dialog.pathField()->setText(home.file(QStringLiteral("missing.htm")));
     QTest::mouseClick(dialog.importButton(), Qt::LeftButton);
     EXPECT_EQ(messages.messages().size(), 2);
-    EXPECT_TRUE(context.lstURLList.isEmpty());
+    EXPECT_TRUE(job.urlList.isEmpty());
 
     const QString file = home.file(QStringLiteral("bookmarks.htm"));
     test::writeFile(file, "<DL><DT><A HREF=\"http://127.0.0.1/a/\">A</A>"
-                          "<DT><A HREF=\"http://127.0.0.1/b/\">B</A></DL>");
+                          "<DT><A HREF=\"http://127.0.0.1/b/\">B</A>"
+                          "<DT><A HREF=\"http://127.0.0.1/c/\">C</A></DL>");
     dialog.pathField()->setText(file);
     QTest::mouseClick(dialog.importButton(), Qt::LeftButton);
-    EXPECT_EQ(dialog.imported(), context.lstURLList.count());
-    EXPECT_TRUE(context.lstURLList.contains(QStringLiteral("http://127.0.0.1/a/")));
-    EXPECT_TRUE(context.lstURLList.contains(QStringLiteral("http://127.0.0.1/b/")));
+    EXPECT_EQ(dialog.imported(), 2);
+    EXPECT_EQ(job.urlList.texts(), (QStringList{QStringLiteral("http://127.0.0.1/a/"),
+                                                QStringLiteral("http://127.0.0.1/b/")}));
 }

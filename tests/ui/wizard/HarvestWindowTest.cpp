@@ -4,12 +4,15 @@
 #include "engine/ResumeController.h"
 #include "engine/RunLimits.h"
 #include "engine/e2e/DemoWebLeads.h"
+#include "support/FaultInjector.h"
 #include "support/TestSupport.h"
+#include "ui/InputDialog.h"
 #include "ui/MessageDialog.h"
 #include "ui/ResumeDialog.h"
 
 #include <QComboBox>
 #include <QLineEdit>
+#include <QListView>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTcpServer>
@@ -21,18 +24,25 @@ using namespace corvane;
 
 namespace {
 
-// The harvest window set up for a single-URL run of the demo web's Coastal site.
+// The harvest window set up for runs of the demo web, with its probe at the demo server.
 class HarvestWindowTest : public ::testing::Test
 {
 protected:
-    void SetUp() override { ASSERT_TRUE(server.start()) << server.errorString().toStdString(); }
-
-    void openWindow(const QUrl &probe)
+    void SetUp() override
     {
-        window =
-            std::make_unique<HarvestWindow>(HarvestWindow::Options{probe, CrawlProfile::Modern});
-        QTest::mouseClick(window->findChild<QRadioButton *>(QStringLiteral("optSearchType2")),
-                          Qt::LeftButton);
+        test::installFaults(server);
+        ASSERT_TRUE(server.start()) << server.errorString().toStdString();
+    }
+
+    void openWindow(const QUrl &probe, SearchType type = SearchType::SingleUrl)
+    {
+        window = std::make_unique<HarvestWindow>();
+        window->findChild<QLineEdit *>(QStringLiteral("txtProbe"))->setText(probe.toString());
+        window->findChild<QComboBox *>(QStringLiteral("cmbProfile"))
+            ->setCurrentText(QStringLiteral("modern"));
+        QTest::mouseClick(
+            window->findChild<QRadioButton *>(QStringLiteral("optSearchType%1").arg(int(type))),
+            Qt::LeftButton);
         window->findChild<QLineEdit *>(QStringLiteral("txtURL"))
             ->setText(server.url(QStringLiteral("/coastal/")));
         window->findChild<QComboBox *>(QStringLiteral("cmbPage"))->setCurrentIndex(0);
@@ -41,10 +51,16 @@ protected:
     {
         return window->findChild<QPushButton *>(QLatin1String(name));
     }
-    bool waitForEnd(int ms = 60000)
+    // Types text into the input box the button opens.
+    void add(const char *buttonName, const QString &text)
     {
-        return QTest::qWaitFor(
-            [&] { return messages.messages().contains(RunMessages::SingleUrlDone); }, ms);
+        setInputHook([&](InputMode) -> std::optional<QString> { return text; });
+        QTest::mouseClick(button(buttonName), Qt::LeftButton);
+        setInputHook({});
+    }
+    bool waitFor(const QString &message, int ms = 60000)
+    {
+        return QTest::qWaitFor([&] { return messages.messages().contains(message); }, ms);
     }
 
     test::TempDataFolder home;
@@ -61,7 +77,7 @@ TEST_F(HarvestWindowTest, HarvestsASiteStopsGoesOnAndSavesTheLeads)
     openWindow(server.url(QStringLiteral("/")));
     QTest::mouseClick(button("cmdStart"), Qt::LeftButton);
     ASSERT_TRUE(messages.messages().isEmpty()) << messages.messages().join('|').toStdString();
-    EXPECT_EQ(window->appliedProxyType(), QStringLiteral("No Proxy")); // frame never opened
+    EXPECT_EQ(window->session().run().proxy, ProxySettings{}); // the frame was never opened
     EXPECT_FALSE(button("cmdStart")->isEnabled());
     EXPECT_FALSE(button("cmdSaveEmail")->isEnabled());
     ASSERT_TRUE(QTest::qWaitFor([&] { return window->context().lstResult.count() > 0; }, 30000));
@@ -80,7 +96,7 @@ TEST_F(HarvestWindowTest, HarvestsASiteStopsGoesOnAndSavesTheLeads)
     EXPECT_GE(window->crawl().pageCounter(), pagesAtStop);
     EXPECT_EQ(window->leads().mid(0, leadsAtStop.size()), leadsAtStop);
 
-    ASSERT_TRUE(waitForEnd()) << messages.messages().join('|').toStdString();
+    ASSERT_TRUE(waitFor(RunMessages::SingleUrlDone)) << messages.messages().join('|').toStdString();
     EXPECT_EQ(messages.messages(), QStringList{RunMessages::SingleUrlDone});
     EXPECT_EQ(window->crawl().state(), CrawlState::EndedBySingleUrl);
     EXPECT_TRUE(button("cmdSaveEmail")->isEnabled());
@@ -92,6 +108,52 @@ TEST_F(HarvestWindowTest, HarvestsASiteStopsGoesOnAndSavesTheLeads)
     EXPECT_EQ(QString::fromLatin1(test::readFile(file)),
               QStringLiteral("Email Id\r\n") + window->leads().join(QStringLiteral("\r\n")) +
                   QStringLiteral("\r\n"));
+}
+
+// The maximum pages typed while a run waits on a slow page ends it at the next tick.
+TEST_F(HarvestWindowTest, LoweringTheMaximumPagesMidRunEndsTheRun)
+{
+    openWindow(server.url(QStringLiteral("/")));
+    window->findChild<QLineEdit *>(QStringLiteral("txtURL"))
+        ->setText(server.url(QStringLiteral("/_fault/hold?ms=60000")));
+    QTest::mouseClick(button("cmdStart"), Qt::LeftButton);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return window->crawl().pageCounter() == 2; }, 10000));
+    window->findChild<QComboBox *>(QStringLiteral("cmbSearched"))->setEditText(QStringLiteral("1"));
+    ASSERT_TRUE(waitFor(RunMessages::PageLimit, 5000));
+    EXPECT_EQ(window->crawl().state(), CrawlState::EndedByLimit);
+    EXPECT_FALSE(button("cmdStart")->isEnabled());
+    EXPECT_TRUE(button("cmdSaveEmail")->isEnabled());
+}
+
+// Start URLs leave the list as their downloads start; an unchecked domain filter does
+// nothing; a URL added after the list ran out is fetched at the next Start.
+TEST_F(HarvestWindowTest, UrlListIsUsedUpOnScreenAndOnlyCheckedDomainsCount)
+{
+    openWindow(server.url(QStringLiteral("/")), SearchType::UrlList);
+    add("cmdAddURL", server.url(QStringLiteral("/coastal/")));
+    add("cmdAddURL", server.url(QStringLiteral("/acme/")));
+    auto *urls = window->findChild<QListView *>(QStringLiteral("lstURLList"));
+    urls->selectionModel()->select(urls->model()->index(1, 0), QItemSelectionModel::Deselect);
+    add("cmdAddDomain", QStringLiteral("coastal-demo"));
+    add("cmdAddDomain", QStringLiteral("birchwood-demo"));
+    auto *domains = window->findChild<QListView *>(QStringLiteral("lstDomains"));
+    domains->model()->setData(domains->model()->index(0, 0), Qt::Unchecked, Qt::CheckStateRole);
+
+    QTest::mouseClick(button("cmdStart"), Qt::LeftButton);
+    ASSERT_TRUE(waitFor(RunMessages::UrlListDone)) << messages.messages().join('|').toStdString();
+    EXPECT_EQ(window->job().urlList.texts(), QStringList{server.url(QStringLiteral("/acme/"))});
+    EXPECT_EQ(urls->model()->rowCount(), 1);
+    QStringList expected = test::kFromCoastalLeads;
+    for (const QString &lead : test::kBirchwoodLeads)
+        expected.removeOne(lead);
+    EXPECT_EQ(test::sorted(window->leads()), expected);
+
+    QTest::mouseClick(button("cmdStop"), Qt::LeftButton);
+    add("cmdAddURL", server.url(QStringLiteral("/_fault/hold?ms=10")));
+    QTest::mouseClick(button("cmdStart"), Qt::LeftButton);
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return server.requestCount(QStringLiteral("/_fault/hold")) > 0; }, 10000));
+    EXPECT_EQ(window->job().urlList.texts(), QStringList{server.url(QStringLiteral("/acme/"))});
 }
 
 // No connection at Start: the first crawl step asks; Resume Mode waits it out and the run
@@ -119,7 +181,7 @@ TEST_F(HarvestWindowTest, LostConnectionAsksAndResumeModeFinishesTheRun)
     QTest::mouseClick(dialog->resumeButton(), Qt::LeftButton);
     EXPECT_TRUE(window->crawl().resume().resumeMode());
 
-    ASSERT_TRUE(waitForEnd()) << messages.messages().join('|').toStdString();
+    ASSERT_TRUE(waitFor(RunMessages::SingleUrlDone)) << messages.messages().join('|').toStdString();
     EXPECT_EQ(test::sorted(window->leads()), test::kFromCoastalLeads);
     EXPECT_EQ(window->findChild<ResumeDialog *>(), nullptr);
 }

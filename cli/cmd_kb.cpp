@@ -1,27 +1,36 @@
-// corvane-cli kb: look into the stored knowledge bases from a shell.
+// corvane-cli kb: look into and search the stored knowledge bases from a shell.
 //
 //   kb list              NUMBER <tab> NAME <tab> FOLDER, one knowledge base a line
 //   kb show NAME         TERM <tab> PAGES, one taxonomy term of the knowledge base a line
 //   kb pages NAME TERM   PAGE <tab> ADDRESS <tab> FILE, one stored page a line
+//   kb search QUERY...   ranked pages holding the words (see searchTable)
+//   kb reindex           builds the search index anew from the stored pages
 
 #include "Command.h"
+#include "OptionTable.h"
 
 #include "common/DataFolder.h"
 #include "kb/KnowledgeBaseCatalogue.h"
 #include "kb/KnowledgeBaseLayout.h"
 #include "kb/RecordCursor.h"
 #include "kb/ScrambleLine.h"
+#include "kb/SearchIndex.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <cstdio>
+#include <unistd.h>
 
 using namespace corvane;
 using namespace corvane::cli;
 
 namespace {
 
-const QString kUsage =
-    QStringLiteral("usage: corvane-cli kb list | kb show NAME | kb pages NAME TERM");
+const QString kUsage = QStringLiteral("usage: corvane-cli kb list | kb show NAME | kb pages NAME "
+                                      "TERM | kb search QUERY... | kb reindex");
 
 Result<KnowledgeBaseRecord> knowledgeBaseNamed(const QString &name)
 {
@@ -138,6 +147,163 @@ int pages(const QString &name, const QString &term)
     return kExitOk;
 }
 
+const OptionTable &searchTable()
+{
+    static const OptionTable table({
+        .name = QStringLiteral("kb search"),
+        .summary = QStringLiteral(
+            "Print the stored pages holding every word of QUERY, best first, one a line, "
+            "tab-separated: knowledge base, taxonomy term, page number, address, title, a "
+            "snippet of the page's text. \"Quoted words\" must stand together; a word ending "
+            "in * also matches longer words it begins; letter case and accents do not count."),
+        .arguments = QStringLiteral("QUERY..."),
+        .options = {{.name = QStringLiteral("kb"),
+                     .valueName = QStringLiteral("NAME"),
+                     .help = QStringLiteral("only pages of this knowledge base"),
+                     .kind = TextValue{}},
+                    {.name = QStringLiteral("term"),
+                     .valueName = QStringLiteral("T"),
+                     .help = QStringLiteral("only pages stored under this taxonomy term"),
+                     .kind = TextValue{}},
+                    {.name = QStringLiteral("limit"),
+                     .valueName = QStringLiteral("N"),
+                     .help = QStringLiteral("at most N pages, 0 for all"),
+                     .kind = NumberValue{0, std::numeric_limits<int>::max()},
+                     .defaultValue = QStringLiteral("50")},
+                    {.name = QStringLiteral("format"),
+                     .valueName = QStringLiteral("FORMAT"),
+                     .help = QStringLiteral("output format"),
+                     .kind = ChoiceValue{{QStringLiteral("text"), QStringLiteral("jsonl")}},
+                     .defaultValue = QStringLiteral("text")}},
+        .examples = {QStringLiteral("kb search bakery \"opening hours\""),
+                     QStringLiteral("kb search 'bread*' --kb Shops-01-02-26-1345 --format jsonl")},
+    });
+    return table;
+}
+
+const OptionTable &reindexTable()
+{
+    static const OptionTable table({
+        .name = QStringLiteral("kb reindex"),
+        .summary = QStringLiteral("Build the search index anew from the stored pages (the "
+                                  "catalogues, index.qdx files and page files)."),
+        .examples = {QStringLiteral("kb reindex")},
+    });
+    return table;
+}
+
+// Progress on stderr while the index is built, on one line when stderr is a terminal.
+RebuildProgress rebuildProgress()
+{
+    const bool terminal = isatty(fileno(stderr)) != 0;
+    return [terminal, shown = qint64(-1)](qint64 done, qint64 total) mutable {
+        const qint64 percent = total > 0 ? done * 100 / total : 100;
+        if (percent == shown || (!terminal && percent % 10 != 0 && done != total))
+            return true;
+        shown = percent;
+        writeErr(QStringLiteral("%1Indexing pages: %2 of %3 (%4%)%5")
+                     .arg(terminal ? QStringLiteral("\r") : QString())
+                     .arg(done)
+                     .arg(total)
+                     .arg(percent)
+                     .arg(terminal && done != total ? QString() : QStringLiteral("\n")));
+        return true;
+    };
+}
+
+// A field of a tab-separated line: tabs and line ends would split it.
+QString oneField(QString text)
+{
+    for (QChar &ch : text) {
+        if (ch.unicode() < 0x20)
+            ch = QLatin1Char(' ');
+    }
+    return text;
+}
+
+int search(const OptionValues &options)
+{
+    const QString query = options.positional().join(QLatin1Char(' '));
+    if (query.trimmed().isEmpty())
+        return usageError(QStringLiteral("kb search needs the words to look for"));
+    const SearchFilter filter{options.value(QStringLiteral("kb")),
+                              options.value(QStringLiteral("term"))};
+    // Names that match nothing are told apart from words that match nothing.
+    std::optional<qint32> owner;
+    if (!filter.knowledgeBaseName.isEmpty()) {
+        Result<KnowledgeBaseRecord> base = knowledgeBaseNamed(filter.knowledgeBaseName);
+        if (!base)
+            return failure(base.message());
+        owner = base->number;
+    }
+    if (!filter.term.isEmpty()) {
+        Result<QList<KeywordFolderRecord>> terms = KnowledgeBaseCatalogue::keywordFolders();
+        if (!terms)
+            return failure(terms.message());
+        if (std::none_of(terms->begin(), terms->end(), [&](const KeywordFolderRecord &term) {
+                return term.term == filter.term && (!owner || term.owner == *owner);
+            }))
+            return failure(
+                QStringLiteral("no knowledge base%1 has a taxonomy term \"%2\"")
+                    .arg(owner ? QStringLiteral(" named \"%1\"").arg(filter.knowledgeBaseName)
+                               : QString(),
+                         filter.term));
+    }
+    const Result<SearchResults> results = searchKnowledgeBases(
+        query, filter, int(options.number(QStringLiteral("limit"))), rebuildProgress());
+    if (!results)
+        return failure(results.message());
+    const bool jsonl = options.value(QStringLiteral("format")) == QLatin1String("jsonl");
+    QString out;
+    for (const SearchHit &hit : results->hits) {
+        if (jsonl) {
+            const QJsonObject line{
+                {QStringLiteral("knowledge_base"), hit.page.knowledgeBaseName},
+                {QStringLiteral("knowledge_base_number"), hit.page.knowledgeBase},
+                {QStringLiteral("term"), hit.page.term},
+                {QStringLiteral("page"), hit.page.page},
+                {QStringLiteral("address"), hit.page.address},
+                {QStringLiteral("title"), hit.title},
+                {QStringLiteral("snippet"), hit.snippet}};
+            out += QString::fromUtf8(QJsonDocument(line).toJson(QJsonDocument::Compact)) +
+                   QLatin1Char('\n');
+        } else {
+            out += QStringList{oneField(hit.page.knowledgeBaseName),
+                               oneField(hit.page.term),
+                               QString::number(hit.page.page),
+                               oneField(hit.page.address),
+                               oneField(hit.title),
+                               oneField(hit.snippet)}
+                       .join(QLatin1Char('\t')) +
+                   QLatin1Char('\n');
+        }
+    }
+    writeOut(out);
+    if (results->manyMatches)
+        writeErr(QStringLiteral("More than %1 pages match; these are the best of the %1 stored "
+                                "last (--limit 0 ranks them all).\n")
+                     .arg(results->total - 1));
+    else
+        writeErr(QStringLiteral("%1 of %2 matching pages shown.\n")
+                     .arg(results->hits.size())
+                     .arg(results->total));
+    return kExitOk;
+}
+
+int reindex(const OptionValues &)
+{
+    const Result<RebuildSummary> rebuilt = rebuildSearchIndex(rebuildProgress());
+    if (!rebuilt)
+        return failure(rebuilt.message());
+    writeErr(
+        QStringLiteral("%1 pages indexed").arg(rebuilt->pages) +
+        (rebuilt->missing > 0
+             ? QStringLiteral("; %1 listed pages have no readable page file").arg(rebuilt->missing)
+             : QString()) +
+        QLatin1Char('\n'));
+    return kExitOk;
+}
+
 int runKb(const QStringList &args)
 {
     if (args.isEmpty())
@@ -146,6 +312,20 @@ int runKb(const QStringList &args)
         return usageError(QStringLiteral("no data folder at %1")
                               .arg(QDir::toNativeSeparators(DataFolder::root())));
     const QString &sub = args.first();
+    struct Subcommand
+    {
+        const OptionTable &table;
+        int (*run)(const OptionValues &options);
+    };
+    for (const Subcommand &subcommand :
+         {Subcommand{searchTable(), search}, Subcommand{reindexTable(), reindex}}) {
+        if (subcommand.table.spec().name == QStringLiteral("kb ") + sub) {
+            const auto parsed = subcommand.table.parse(args.mid(1));
+            if (const auto *exit = std::get_if<ExitNow>(&parsed))
+                return exit->code;
+            return subcommand.run(std::get<OptionValues>(parsed));
+        }
+    }
     if (sub == QLatin1String("list") && args.size() == 1)
         return list();
     if (sub == QLatin1String("show") && args.size() == 2)
@@ -159,6 +339,7 @@ int runKb(const QStringList &args)
 }
 
 CommandRegistration reg(QStringLiteral("kb"),
-                        QStringLiteral("list knowledge bases, their terms and pages"), runKb);
+                        QStringLiteral("list and search knowledge bases, their terms and pages"),
+                        runKb);
 
 } // namespace

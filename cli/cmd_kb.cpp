@@ -5,13 +5,17 @@
 //   kb pages NAME TERM   PAGE <tab> ADDRESS <tab> FILE, one stored page a line
 //   kb search QUERY...   ranked pages holding the words (see searchTable)
 //   kb reindex           builds the search index anew from the stored pages
+//   kb export-warc NAME FILE      a knowledge base's pages as a web archive
+//   kb import-warc FILE NAME ...  the HTML pages of a web archive as a new knowledge base
 
 #include "Command.h"
 #include "OptionTable.h"
 
 #include "common/DataFolder.h"
+#include "kb/KnowledgeBaseArchive.h"
 #include "kb/KnowledgeBaseCatalogue.h"
 #include "kb/KnowledgeBaseLayout.h"
+#include "kb/NameRules.h"
 #include "kb/RecordCursor.h"
 #include "kb/ScrambleLine.h"
 #include "kb/SearchIndex.h"
@@ -29,8 +33,9 @@ using namespace corvane::cli;
 
 namespace {
 
-const QString kUsage = QStringLiteral("usage: corvane-cli kb list | kb show NAME | kb pages NAME "
-                                      "TERM | kb search QUERY... | kb reindex");
+const QString kUsage = QStringLiteral(
+    "usage: corvane-cli kb list | kb show NAME | kb pages NAME "
+    "TERM | kb search QUERY... | kb reindex | kb export-warc NAME FILE | kb import-warc FILE NAME");
 
 Result<KnowledgeBaseRecord> knowledgeBaseNamed(const QString &name)
 {
@@ -192,21 +197,31 @@ const OptionTable &reindexTable()
     return table;
 }
 
-// Progress on stderr while the index is built, on one line when stderr is a terminal.
-RebuildProgress rebuildProgress()
+// Progress of long work on stderr ("label: done of total unit (percent)"), on one line when
+// stderr is a terminal, else every tenth. Counts are shown divided by scale.
+std::function<void(qint64, qint64)> progressLine(const QString &label, qint64 scale = 1,
+                                                 const QString &unit = {})
 {
     const bool terminal = isatty(fileno(stderr)) != 0;
-    return [terminal, shown = qint64(-1)](qint64 done, qint64 total) mutable {
+    return [=, shown = qint64(-1)](qint64 done, qint64 total) mutable {
         const qint64 percent = total > 0 ? done * 100 / total : 100;
         if (percent == shown || (!terminal && percent % 10 != 0 && done != total))
-            return true;
+            return;
         shown = percent;
-        writeErr(QStringLiteral("%1Indexing pages: %2 of %3 (%4%)%5")
-                     .arg(terminal ? QStringLiteral("\r") : QString())
-                     .arg(done)
-                     .arg(total)
+        writeErr(QStringLiteral("%1%2: %3 of %4%5 (%6%)%7")
+                     .arg(terminal ? QStringLiteral("\r") : QString(), label)
+                     .arg(done / scale)
+                     .arg(total / scale)
+                     .arg(unit)
                      .arg(percent)
                      .arg(terminal && done != total ? QString() : QStringLiteral("\n")));
+    };
+}
+
+RebuildProgress rebuildProgress()
+{
+    return [show = progressLine(QStringLiteral("Indexing pages"))](qint64 done, qint64 total) {
+        show(done, total);
         return true;
     };
 }
@@ -304,6 +319,108 @@ int reindex(const OptionValues &)
     return kExitOk;
 }
 
+const OptionTable &exportWarcTable()
+{
+    static const OptionTable table({
+        .name = QStringLiteral("kb export-warc"),
+        .summary = QStringLiteral(
+            "Write the pages of knowledge base NAME to the web archive FILE (WARC 1.1): one "
+            "response record per stored page, its address as target and its stored bytes as "
+            "payload. A FILE ending in .gz is compressed record by record."),
+        .arguments = QStringLiteral("NAME FILE"),
+        .examples = {QStringLiteral("kb export-warc Shops-01-02-26-1345 shops.warc.gz")},
+    });
+    return table;
+}
+
+const OptionTable &importWarcTable()
+{
+    static const OptionTable table({
+        .name = QStringLiteral("kb import-warc"),
+        .summary = QStringLiteral(
+            "Store the HTML pages of the web archive FILE (WARC, plain or compressed) in a new "
+            "knowledge base named after NAME and the time, as a harvest stores fetched pages: "
+            "each page under the first taxonomy term its title contains."),
+        .arguments = QStringLiteral("FILE NAME"),
+        .options = {{.name = QStringLiteral("taxonomy"),
+                     .valueName = QStringLiteral("T1,T2"),
+                     .help = QStringLiteral("the taxonomy terms, comma-separated"),
+                     .kind = TextValue{},
+                     .required = true},
+                    {.name = QStringLiteral("root"),
+                     .valueName = QStringLiteral("ROOT"),
+                     .help = QStringLiteral("knowledge-base root (default: KnowledgeBases in the "
+                                            "data folder)"),
+                     .kind = FileValue{}}},
+        .examples = {QStringLiteral("kb import-warc crawl.warc.gz Shops --taxonomy Bakery,Bread")},
+    });
+    return table;
+}
+
+int exportWarc(const OptionValues &options)
+{
+    if (options.positional().size() != 2)
+        return usageError(QStringLiteral("kb export-warc needs a knowledge-base name and a file"));
+    Result<KnowledgeBaseRecord> base = knowledgeBaseNamed(options.positional().at(0));
+    if (!base)
+        return failure(base.message());
+    const Result<WarcExportSummary> exported = exportKnowledgeBaseWarc(
+        *base, options.positional().at(1), progressLine(QStringLiteral("Writing pages")));
+    if (!exported)
+        return failure(exported.message());
+    writeErr(
+        QStringLiteral("%1 pages written").arg(exported->pages) +
+        (exported->missing > 0
+             ? QStringLiteral("; %1 listed pages have no readable page file").arg(exported->missing)
+             : QString()) +
+        QLatin1Char('\n'));
+    return kExitOk;
+}
+
+int importWarc(const OptionValues &options)
+{
+    if (options.positional().size() != 2)
+        return usageError(
+            QStringLiteral("kb import-warc needs an archive file and a knowledge-base name"));
+    QStringList terms;
+    for (const QString &term : options.value(QStringLiteral("taxonomy")).split(QLatin1Char(','))) {
+        if (!term.trimmed().isEmpty() && !terms.contains(term.trimmed()))
+            terms.append(term.trimmed());
+    }
+    if (terms.isEmpty())
+        return usageError(QStringLiteral("--taxonomy needs at least one term"));
+    WarcImportRequest request{
+        options.positional().at(1), terms,
+        options.isSet(QStringLiteral("root"))
+            ? options.value(QStringLiteral("root"))
+            : QDir(DataFolder::root()).filePath(QStringLiteral("KnowledgeBases"))};
+    // A name the disk would refuse is a wrong call, not a failed import.
+    if (Result<void> names = checkKnowledgeBaseNames(QFileInfo(request.root).absoluteFilePath(),
+                                                     request.knowledgeBaseName.trimmed(), terms);
+        !names)
+        return usageError(names.message());
+    const Result<WarcImportSummary> imported = corvane::importWarc(
+        options.positional().at(0), request,
+        progressLine(QStringLiteral("Reading the archive"), 1024 * 1024, QStringLiteral(" MB")));
+    if (!imported)
+        return failure(imported.message());
+    for (const QString &problem : imported->problems)
+        writeErr(problem + QLatin1Char('\n'));
+    writeErr(QStringLiteral("%1 of %2 responses stored as pages%3; %4 were no HTML page, %5 too "
+                            "long or damaged, %6 taken by no term or seen before\n")
+                 .arg(imported->stored)
+                 .arg(imported->responses)
+                 .arg(imported->knowledgeBase.isEmpty()
+                          ? QString()
+                          : QStringLiteral(" in %1").arg(imported->knowledgeBase))
+                 .arg(imported->notPages)
+                 .arg(imported->cut)
+                 .arg(imported->notFiled));
+    if (!imported->failure.isEmpty())
+        return failure(imported->failure + QStringLiteral("; the pages stored before stay"));
+    return kExitOk;
+}
+
 int runKb(const QStringList &args)
 {
     if (args.isEmpty())
@@ -318,7 +435,8 @@ int runKb(const QStringList &args)
         int (*run)(const OptionValues &options);
     };
     for (const Subcommand &subcommand :
-         {Subcommand{searchTable(), search}, Subcommand{reindexTable(), reindex}}) {
+         {Subcommand{searchTable(), search}, Subcommand{reindexTable(), reindex},
+          Subcommand{exportWarcTable(), exportWarc}, Subcommand{importWarcTable(), importWarc}}) {
         if (subcommand.table.spec().name == QStringLiteral("kb ") + sub) {
             const auto parsed = subcommand.table.parse(args.mid(1));
             if (const auto *exit = std::get_if<ExitNow>(&parsed))

@@ -68,44 +68,17 @@ Error indexError(const Error &error)
     return fail(QStringLiteral("The search index failed: ") + error.message);
 }
 
-// A stored page to index during a rebuild.
-struct PageFile
-{
-    IndexedPage page;
-    QString path;
-};
-
-Result<QList<PageFile>> storedPages()
+Result<QList<StoredPage>> storedPages()
 {
     Result<QList<KnowledgeBaseRecord>> bases = KnowledgeBaseCatalogue::knowledgeBases();
     if (!bases)
         return bases.error();
-    QList<PageFile> pages;
+    QList<StoredPage> pages;
     QSet<qint32> seen;
     for (const KnowledgeBaseRecord &base : *bases) {
-        if (seen.contains(base.number))
-            continue;
+        if (!seen.contains(base.number))
+            pages += storedPagesOf(base);
         seen.insert(base.number);
-        Result<QString> folder = KnowledgeBaseLayout::knowledgeBaseFolder(base);
-        Result<QList<KeywordFolderRecord>> terms =
-            KnowledgeBaseCatalogue::keywordFoldersOf(base.number);
-        if (!folder || !terms)
-            continue; // a record naming no knowledge base of ours shows no pages either
-        QSet<QString> termsSeen;
-        for (const KeywordFolderRecord &term : *terms) {
-            const QString name = term.term.trimmed();
-            Result<QString> keywordFolder = KnowledgeBaseLayout::keywordFolder(*folder, name);
-            if (termsSeen.contains(name) || !keywordFolder)
-                continue;
-            termsSeen.insert(name);
-            Result<QList<KnowledgeBaseLayout::IndexRow>> rows =
-                KnowledgeBaseLayout::readIndex(*keywordFolder);
-            for (const auto &row : rows ? *rows : QList<KnowledgeBaseLayout::IndexRow>()) {
-                pages.append(
-                    {{base.number, base.name.trimmed(), name, row.record.page, row.record.address},
-                     KnowledgeBaseLayout::pageFile(*keywordFolder, row.record.page)});
-            }
-        }
     }
     return pages;
 }
@@ -406,7 +379,7 @@ Result<RebuildSummary> SearchIndex::rebuild(const RebuildProgress &progress)
     if (!transaction)
         return indexError(transaction.error());
     QFile::remove(staleMarker(m_path));
-    Result<QList<PageFile>> pages = storedPages();
+    Result<QList<StoredPage>> pages = storedPages();
     if (!pages)
         return failed(pages.error());
     if (Result<void> dropped = m_db.exec("DROP TABLE page_text; DROP TABLE pages"); !dropped)
@@ -419,8 +392,8 @@ Result<RebuildSummary> SearchIndex::rebuild(const RebuildProgress &progress)
     for (qint64 done = 0; done < total; ++done) {
         if (progress && done % 64 == 0 && !progress(done, total))
             return failed(fail(QStringLiteral("cancelled")));
-        const PageFile &file = pages->at(done);
-        const std::optional<QByteArray> html = readPageHead(file.path);
+        const StoredPage &file = pages->at(done);
+        const std::optional<QByteArray> html = readPageHead(file.file);
         if (!html) {
             ++summary.missing;
             continue;

@@ -2,6 +2,7 @@
 
 #include "common/Result.h"
 #include "common/Sqlite.h"
+#include "kb/StoredPages.h"
 
 #include <QByteArrayView>
 #include <QList>
@@ -11,17 +12,6 @@
 #include <memory>
 
 namespace corvane {
-
-// Where a stored page lives: knowledge base, taxonomy term, page number; and its address.
-struct IndexedPage
-{
-    qint32 knowledgeBase = 0;
-    QString knowledgeBaseName;
-    QString term;
-    qint32 page = 0;
-    QString address;
-    bool operator==(const IndexedPage &) const = default;
-};
 
 struct SearchHit
 {

@@ -289,36 +289,23 @@ Result<SearchResults> SearchIndex::search(const QString &query, const SearchFilt
 
     SearchResults results;
     // Ranking costs a few microseconds per matching page; past kRankedCandidates only the
-    // newest ones are ranked, found by walking the matches backwards from the newest.
-    std::optional<qint64> oldestRanked;
-    if (limit > 0) {
-        Result<sqlite::Statement> bound =
-            m_db.prepare(QStringLiteral("SELECT rowid FROM page_text WHERE page_text MATCH ?1 "
-                                        "ORDER BY rowid DESC LIMIT 1 OFFSET ?2"));
-        if (!bound)
-            return indexError(bound.error());
-        bound.value().bind(1, match);
-        bound.value().bind(2, m_rankedCandidates);
-        Result<bool> row = bound.value().step();
-        if (!row)
-            return indexError(row.error());
-        if (*row)
-            oldestRanked = bound.value().integer(0);
-    }
-
+    // newest ones are ranked. One walk from the newest match backwards scores them and tells
+    // whether there are more.
     struct Ranked
     {
         double score;
         qint64 id;
     };
     std::vector<Ranked> ranked;
-    Result<sqlite::Statement> scores = m_db.prepare(
-        QStringLiteral("SELECT rowid, %1 FROM page_text WHERE page_text MATCH ?1 AND rowid > ?2")
-            .arg(QLatin1String(kScore)));
+    const qint64 candidates = limit > 0 ? m_rankedCandidates + 1 : -1;
+    Result<sqlite::Statement> scores =
+        m_db.prepare(QStringLiteral("SELECT rowid, %1 FROM page_text WHERE page_text MATCH ?1 "
+                                    "ORDER BY rowid DESC LIMIT ?2")
+                         .arg(QLatin1String(kScore)));
     if (!scores)
         return indexError(scores.error());
     scores.value().bind(1, match);
-    scores.value().bind(2, oldestRanked.value_or(std::numeric_limits<qint64>::min()));
+    scores.value().bind(2, candidates);
     if (Result<void> read = scores.value().forEachRow([&] {
             ranked.push_back({scores.value().real(1), scores.value().integer(0)});
             return true;
@@ -326,10 +313,10 @@ Result<SearchResults> SearchIndex::search(const QString &query, const SearchFilt
         !read)
         return indexError(read.error());
     results.total = qint64(ranked.size());
-    if (oldestRanked) {
-        // Counting them all would cost another pass over every match.
+    if (candidates > 0 && qint64(ranked.size()) == candidates) {
+        // Counting them all would cost another walk over every match.
+        ranked.pop_back();
         results.manyMatches = true;
-        results.total = m_rankedCandidates + 1;
     }
     // Lower scores are better; among equals the newer page comes first.
     const auto better = [](const Ranked &a, const Ranked &b) {

@@ -19,6 +19,7 @@
 #include "kb/RecordCursor.h"
 #include "kb/ScrambleLine.h"
 #include "kb/SearchIndex.h"
+#include "kb/SearchQuery.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -241,6 +242,9 @@ int search(const OptionValues &options)
     const QString query = options.positional().join(QLatin1Char(' '));
     if (query.trimmed().isEmpty())
         return usageError(QStringLiteral("kb search needs the words to look for"));
+    // Words with nothing to look for are a wrong call, as a missing query is.
+    if (Result<QString> words = matchExpression(query); !words)
+        return usageError(words.message());
     const SearchFilter filter{options.value(QStringLiteral("kb")),
                               options.value(QStringLiteral("term"))};
     // Names that match nothing are told apart from words that match nothing.

@@ -161,7 +161,7 @@ TEST(CliKb, SearchPrintsRankedHitsAndRefusesQueriesWithNothingToFind)
     for (const char *query : {"rye OR NEAR(sugar", "title:spelt^", "\"spelt"})
         EXPECT_EQ(cli(home, {"kb", "search", query}, &out, &err), 0) << query << err.toStdString();
     for (const char *query : {"\"", "* - :", "r*"}) {
-        EXPECT_EQ(cli(home, {"kb", "search", query}, &out, &err), 1) << query;
+        EXPECT_EQ(cli(home, {"kb", "search", query}, &out, &err), 2) << query;
         EXPECT_EQ(err.count('\n'), 1) << err.toStdString();
         EXPECT_FALSE(err.contains("fts5")) << err.toStdString();
     }

@@ -403,9 +403,14 @@ int importWarc(const OptionValues &options)
                                                      request.knowledgeBaseName.trimmed(), terms);
         !names)
         return usageError(names.message());
-    const Result<WarcImportSummary> imported = corvane::importWarc(
-        options.positional().at(0), request,
-        progressLine(QStringLiteral("Reading the archive"), 1024 * 1024, QStringLiteral(" MB")));
+    // Archives of a few megabytes are read before a progress line would be worth reading.
+    constexpr qint64 kMegabyte = 1024 * 1024;
+    const bool large = QFileInfo(options.positional().at(0)).size() >= 16 * kMegabyte;
+    const Result<WarcImportSummary> imported =
+        corvane::importWarc(options.positional().at(0), request,
+                            large ? progressLine(QStringLiteral("Reading the archive"), kMegabyte,
+                                                 QStringLiteral(" MB"))
+                                  : ArchiveProgress());
     if (!imported)
         return failure(imported.message());
     for (const QString &problem : imported->problems)
@@ -421,7 +426,9 @@ int importWarc(const OptionValues &options)
                  .arg(imported->cut)
                  .arg(imported->notFiled));
     if (!imported->failure.isEmpty())
-        return failure(imported->failure + QStringLiteral("; the pages stored before stay"));
+        return failure(imported->failure + (imported->stored > 0
+                                                ? QStringLiteral("; the pages stored before stay")
+                                                : QString()));
     return kExitOk;
 }
 

@@ -100,19 +100,25 @@ Result<WarcImportSummary> importWarc(const QString &archivePath, const WarcImpor
     if (Result<void> names = checkKnowledgeBaseNames(root, name, request.terms); !names)
         return names.error();
 
-    // Filed as a harvest with a knowledge-base name and no keyword tab files its pages.
-    MailGroupCatalogue groups;
-    MailGroupChoice choice;
-    if (Result<CatalogueEntry> named = nameKnowledgeBase(groups, choice, name); !named)
-        return named.error();
-    const KnowledgeBaseFiling filing = knowledgeBaseFiling(choice, false);
+    // Filed as a harvest with a knowledge-base name and no keyword tab files its pages, once
+    // the first page comes: an archive without one leaves no mail group behind.
     PageStore store;
-    PageStoreSettings settings;
-    settings.root = root;
-    settings.baseName = filing.baseName;
-    settings.mailGroup = filing.mailGroup;
-    settings.selectedTerms = request.terms;
-    store.setSettings(settings);
+    const auto prepareStore = [&]() -> Result<void> {
+        if (!store.settings().root.isEmpty())
+            return {};
+        MailGroupCatalogue groups;
+        MailGroupChoice choice;
+        if (Result<CatalogueEntry> named = nameKnowledgeBase(groups, choice, name); !named)
+            return named.error();
+        const KnowledgeBaseFiling filing = knowledgeBaseFiling(choice, false);
+        PageStoreSettings settings;
+        settings.root = root;
+        settings.baseName = filing.baseName;
+        settings.mailGroup = filing.mailGroup;
+        settings.selectedTerms = request.terms;
+        store.setSettings(settings);
+        return {};
+    };
 
     WarcImportSummary summary;
     const qint64 size = archive.size();
@@ -130,6 +136,10 @@ Result<WarcImportSummary> importWarc(const QString &archivePath, const WarcImpor
         if (response.payloadCut) {
             ++summary.cut;
             return true;
+        }
+        if (Result<void> ready = prepareStore(); !ready) {
+            summary.failure = ready.message();
+            return false;
         }
         Result<SaveOutcome> outcome =
             store.SaveTaxonomy(response.targetUri.trimmed(), response.payload);

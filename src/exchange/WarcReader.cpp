@@ -429,7 +429,7 @@ Result<QByteArrayView> WarcReader::readPayload()
 
 Result<void> forEachWarcResponse(QIODevice &device,
                                  const std::function<bool(const WarcResponse &)> &visit,
-                                 const WarcLimits &limits)
+                                 const WarcLimits &limits, const WarcResponseFilter &wanted)
 {
     WarcReader reader(device, limits);
     for (;;) {
@@ -449,6 +449,8 @@ Result<void> forEachWarcResponse(QIODevice &device,
         response.targetUri = reader.record().targetUri;
         response.status = (*head)->status;
         response.contentType = (*head)->contentType;
+        if (wanted && !wanted(response))
+            continue;
         for (;;) {
             const Result<QByteArrayView> piece = reader.readPayload();
             if (!piece)

@@ -22,15 +22,25 @@ namespace {
 constexpr qint64 kProgressEveryPages = 64;
 constexpr qint64 kProgressEveryBytes = 8 * 1024 * 1024;
 
-// Our archives say the pages are HTML; other archives are taken at their word, and a response
-// without a type counts as a page when it begins like one.
+QByteArray mediaType(const WarcResponse &response)
+{
+    return response.contentType.split(';').first().trimmed().toLower();
+}
+
+// A successful response that may be a page, by its head: our archives say the pages are
+// HTML, other archives are taken at their word, and a response without a type is looked at.
+bool mayBePage(const WarcResponse &response)
+{
+    const QByteArray type = mediaType(response);
+    return response.status >= 200 && response.status <= 299 &&
+           (type.isEmpty() || type == "text/html" || type == "application/xhtml+xml");
+}
+
+// Of those, a response without a type counts as a page when it begins like one.
 bool isHtmlPage(const WarcResponse &response)
 {
-    const QByteArray type = response.contentType.split(';').first().trimmed().toLower();
-    if (type == "text/html" || type == "application/xhtml+xml")
+    if (!mediaType(response).isEmpty())
         return true;
-    if (!type.isEmpty())
-        return false;
     const QByteArray head = response.payload.left(1024).toLower();
     return head.contains("<html") || head.contains("<!doctype html");
 }
@@ -123,13 +133,21 @@ Result<WarcImportSummary> importWarc(const QString &archivePath, const WarcImpor
     WarcImportSummary summary;
     const qint64 size = archive.size();
     qint64 told = -kProgressEveryBytes;
-    const Result<void> read = forEachWarcResponse(archive, [&](const WarcResponse &response) {
+    // Every response passes here first; the bodies of pictures, scripts and failures are
+    // never unpacked.
+    const auto wanted = [&](const WarcResponse &response) {
         ++summary.responses;
         if (progress && archive.pos() - told >= kProgressEveryBytes) {
             told = archive.pos();
             progress(told, size);
         }
-        if (response.status < 200 || response.status > 299 || !isHtmlPage(response)) {
+        if (mayBePage(response))
+            return true;
+        ++summary.notPages;
+        return false;
+    };
+    const auto keep = [&](const WarcResponse &response) {
+        if (!isHtmlPage(response)) {
             ++summary.notPages;
             return true;
         }
@@ -156,7 +174,8 @@ Result<WarcImportSummary> importWarc(const QString &archivePath, const WarcImpor
         else if (!outcome->skipped.isEmpty())
             ++summary.notFiled;
         return true;
-    });
+    };
+    const Result<void> read = forEachWarcResponse(archive, keep, {}, wanted);
     if (!read && summary.failure.isEmpty())
         summary.failure = read.message();
     if (store.pageCounter() > 0)

@@ -11,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QHash>
 #include <QSet>
 
 #include <algorithm>
@@ -326,31 +327,55 @@ Result<SearchResults> SearchIndex::search(const QString &query, const SearchFilt
                                                    : qsizetype(ranked.size()));
     std::partial_sort(ranked.begin(), shown, ranked.end(), better);
 
-    Result<sqlite::Statement> details = m_db.prepare(
-        QStringLiteral("SELECT pages.kb, pages.kb_name, pages.term, pages.page, page_text.address, "
-                       "page_text.title, snippet(page_text, 3, ?2, ?3, '\u2026', 16) "
-                       "FROM page_text JOIN pages ON pages.id = page_text.rowid "
-                       "WHERE page_text MATCH ?1 AND page_text.rowid = ?4"));
-    if (!details)
-        return indexError(details.error());
-    sqlite::Statement &detail = details.value();
-    detail.bind(1, match);
-    detail.bind(2, QString(kFoundStart));
-    detail.bind(3, QString(kFoundEnd));
-    for (auto it = ranked.begin(); it != shown; ++it) {
-        detail.bind(4, it->id);
-        Result<bool> row = detail.step();
-        if (!row)
-            return indexError(row.error());
-        if (*row) {
-            SearchHit hit;
-            hit.page = {qint32(detail.integer(0)), detail.text(1), detail.text(2),
-                        qint32(detail.integer(3)), detail.text(4)};
-            hit.title = detail.text(5);
-            takeSnippet(detail.text(6), hit);
-            results.hits.append(std::move(hit));
+    // The details of the hits shown, a batch at a time. One query per batch, not per hit: a
+    // prefix is looked up whole each time the index is asked, which for a common one costs
+    // more than everything else. The rowid range lets the index walk only that stretch;
+    // the list (kept from the index by the +) picks the hits in it.
+    constexpr qsizetype kBatch = 200;
+    for (auto batchStart = ranked.begin(); batchStart != shown;) {
+        const auto batchEnd = shown - batchStart > kBatch ? batchStart + kBatch : shown;
+        qint64 low = std::numeric_limits<qint64>::max();
+        qint64 high = std::numeric_limits<qint64>::min();
+        QStringList ids;
+        for (auto it = batchStart; it != batchEnd; ++it) {
+            low = std::min(low, it->id);
+            high = std::max(high, it->id);
+            ids.append(QString::number(it->id));
         }
-        detail.reset();
+        Result<sqlite::Statement> details = m_db.prepare(
+            QStringLiteral(
+                "SELECT page_text.rowid, pages.kb, pages.kb_name, pages.term, pages.page, "
+                "page_text.address, page_text.title, "
+                "snippet(page_text, 3, ?2, ?3, '\u2026', 16) "
+                "FROM page_text JOIN pages ON pages.id = page_text.rowid "
+                "WHERE page_text MATCH ?1 AND page_text.rowid >= ?4 AND page_text.rowid <= ?5 "
+                "AND +page_text.rowid IN (%1)")
+                .arg(ids.join(QLatin1Char(','))));
+        if (!details)
+            return indexError(details.error());
+        sqlite::Statement &detail = details.value();
+        detail.bind(1, match);
+        detail.bind(2, QString(kFoundStart));
+        detail.bind(3, QString(kFoundEnd));
+        detail.bind(4, low);
+        detail.bind(5, high);
+        QHash<qint64, SearchHit> found;
+        if (Result<void> read = detail.forEachRow([&] {
+                SearchHit hit;
+                hit.page = {qint32(detail.integer(1)), detail.text(2), detail.text(3),
+                            qint32(detail.integer(4)), detail.text(5)};
+                hit.title = detail.text(6);
+                takeSnippet(detail.text(7), hit);
+                found.insert(detail.integer(0), std::move(hit));
+                return true;
+            });
+            !read)
+            return indexError(read.error());
+        for (auto it = batchStart; it != batchEnd; ++it) {
+            if (auto hit = found.find(it->id); hit != found.end())
+                results.hits.append(std::move(*hit));
+        }
+        batchStart = batchEnd;
     }
     return results;
 }

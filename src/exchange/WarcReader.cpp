@@ -440,7 +440,7 @@ Result<void> WarcReader::readPayloadPieces(const std::function<bool(QByteArrayVi
 
 Result<void> forEachWarcResponse(QIODevice &device,
                                  const std::function<bool(const WarcResponse &)> &visit,
-                                 const WarcLimits &limits)
+                                 const WarcLimits &limits, const WarcResponseFilter &wanted)
 {
     WarcReader reader(device, limits);
     for (;;) {
@@ -460,6 +460,8 @@ Result<void> forEachWarcResponse(QIODevice &device,
         response.targetUri = reader.record().targetUri;
         response.status = (*head)->status;
         response.contentType = (*head)->contentType;
+        if (wanted && !wanted(response))
+            continue;
         const Result<void> read = reader.readPayloadPieces([&](QByteArrayView piece) {
             response.payload += piece;
             return true;

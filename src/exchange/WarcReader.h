@@ -139,9 +139,12 @@ struct WarcResponse
 };
 
 // Calls visit for every 'response' record that holds an HTTP response, in archive order;
-// visit returns false to stop early. Fails as the reader does.
+// visit returns false to stop early. When given, wanted first sees each response without its
+// payload, and the payload of one it refuses is passed over unread. Fails as the reader does.
+using WarcResponseFilter = std::function<bool(const WarcResponse &)>;
 Result<void> forEachWarcResponse(QIODevice &device,
                                  const std::function<bool(const WarcResponse &)> &visit,
-                                 const WarcLimits &limits = {});
+                                 const WarcLimits &limits = {},
+                                 const WarcResponseFilter &wanted = {});
 
 } // namespace corvane

@@ -39,6 +39,8 @@ QString crawlStateName(CrawlState state)
         return QStringLiteral("ended by limit");
     case CrawlState::WaitingForConnection:
         return QStringLiteral("waiting for connection");
+    case CrawlState::EndedBySearch:
+        return QStringLiteral("ended by the search");
     }
     return {};
 }
@@ -129,6 +131,7 @@ void CrawlController::Start(const CrawlSettings &settings)
         crawlStep();
         return;
     }
+    m_keywordSource.setFirstPage(m_settings.firstResultPage - 1);
     if (!m_job.excludeEmailExtraction)
         loadAddressFilterList();
     m_checking = true;
@@ -205,7 +208,10 @@ void CrawlController::runSourceStep()
     // that steps.
     switch (m_job.searchType) {
     case SearchType::SearchEngines:
-        m_engineSource.step(*this);
+        if (m_settings.profile == CrawlProfile::Modern)
+            m_keywordSource.step(*this);
+        else
+            m_engineSource.step(*this);
         break;
     case SearchType::UrlList:
         m_listSource.step(*this);
@@ -257,7 +263,11 @@ void CrawlController::stepBody()
     }
     if (m_parts.analysis->mainQueueSize() > 0)
         m_waitingForFirstPages = false;
-    runSourceStep();
+    // Modern: a tick while the last burst is still out adds nothing; its last page brings the
+    // next step. So no more pages wait in the downloader than one burst, however slowly a
+    // site's pace lets them go.
+    if (m_settings.profile == CrawlProfile::Classic || m_pending == 0)
+        runSourceStep();
     emit progress();
 }
 
@@ -281,10 +291,11 @@ void CrawlController::endRun(SourceEnd how)
         emit finished(text);
         return;
     }
-    const QString text = QString::fromLatin1(kSingleUrlDoneMessage);
+    const bool search = how == SourceEnd::SearchDone;
+    const QString text = QString::fromLatin1(search ? kUrlListDoneMessage : kSingleUrlDoneMessage);
     emit message(text);
     Stop();
-    setState(CrawlState::EndedBySingleUrl);
+    setState(search ? CrawlState::EndedBySearch : CrawlState::EndedBySingleUrl);
     emit finished(text);
 }
 

@@ -84,6 +84,7 @@ std::variant<RunDescription, cli::HarvestSetupError> runFromFlags(const QStringL
     if (Result<void> parsed = flags.parse(args); !parsed)
         return cli::HarvestSetupError{parsed.message()};
     HarvestJob job;
+    fillJunkExtensions(job.junkExtensions); // as the command line's session does
     SearchListProvider provider;
     return flags.prepareRun(job, provider, nullptr);
 }

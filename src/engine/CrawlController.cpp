@@ -263,11 +263,7 @@ void CrawlController::stepBody()
     }
     if (m_parts.analysis->mainQueueSize() > 0)
         m_waitingForFirstPages = false;
-    // Modern: a tick while the last burst is still out adds nothing; its last page brings the
-    // next step. So no more pages wait in the downloader than one burst, however slowly a
-    // site's pace lets them go.
-    if (m_settings.profile == CrawlProfile::Classic || m_pending == 0)
-        runSourceStep();
+    runSourceStep();
     emit progress();
 }
 

@@ -206,6 +206,8 @@ private:
     void accept(Request request);
     Site &siteFor(const QString &key);
     void admit(Site &site, Request request);
+    static int intervalMs(const Site &site, const SitePoliteness &polite);
+    void listQueued(Site &site);
     void startRobotsFetch(const QString &site, const QUrl &pageUrl, const Request &page);
     void startPages();
     std::optional<Request> takeQueuedTurn(Clock::time_point now);
@@ -399,14 +401,28 @@ void CurlDownloader::Worker::accept(Request request)
     }
 }
 
+// The least time between two requests to site: the job's delay, or robots.txt's Crawl-delay
+// when that asks for more.
+int CurlDownloader::Worker::intervalMs(const Site &site, const SitePoliteness &polite)
+{
+    return std::max(polite.delayMs, polite.followCrawlDelay ? site.rules.crawlDelayMs() : 0);
+}
+
+// Site has pages in its queue: it takes its turn in the rotation.
+void CurlDownloader::Worker::listQueued(Site &site)
+{
+    if (site.queued || site.queue.empty())
+        return;
+    site.queued = true;
+    m_queuedSites.push_back(site.queue.front().site);
+}
+
 // A page its site's robots rules let through: to the ready queue when its site sets no pace
 // and is open, else into the site's queue for its turn.
 void CurlDownloader::Worker::admit(Site &site, Request request)
 {
     const auto now = Clock::now();
-    const SitePoliteness &polite = request.options->politeness;
-    const int interval =
-        std::max(polite.delayMs, polite.followCrawlDelay ? site.rules.crawlDelayMs() : 0);
+    const int interval = intervalMs(site, request.options->politeness);
     if (request.site.isEmpty() ||
         (interval <= 0 && site.queue.empty() && site.closedUntil <= now)) {
         m_ready.push_back(std::move(request));
@@ -418,10 +434,7 @@ void CurlDownloader::Worker::admit(Site &site, Request request)
     }
     request.queuedAt = now;
     site.queue.push_back(std::move(request));
-    if (!site.queued) {
-        site.queued = true;
-        m_queuedSites.push_back(site.queue.back().site);
-    }
+    listQueued(site);
 }
 
 void CurlDownloader::Worker::startRobotsFetch(const QString &site, const QUrl &pageUrl,
@@ -455,9 +468,7 @@ bool CurlDownloader::Worker::hasTurn(const Site &site, const DownloadOptions &op
 {
     if (now < site.closedUntil)
         return false;
-    const SitePoliteness &polite = options.politeness;
-    const int interval =
-        std::max(polite.delayMs, polite.followCrawlDelay ? site.rules.crawlDelayMs() : 0);
+    const int interval = intervalMs(site, options.politeness);
     if (interval <= 0 || !site.started)
         return true;
     return site.unanswered == 0 && now >= site.lastAnswer + std::chrono::milliseconds(interval);
@@ -504,9 +515,7 @@ int CurlDownloader::Worker::pauseMs(Clock::time_point now) const
         if (found == m_sites.end() || found->second.queue.empty())
             continue;
         const Site &site = found->second;
-        const SitePoliteness &polite = site.queue.front().options->politeness;
-        const int interval =
-            std::max(polite.delayMs, polite.followCrawlDelay ? site.rules.crawlDelayMs() : 0);
+        const int interval = intervalMs(site, site.queue.front().options->politeness);
         auto turn =
             std::max(site.closedUntil, site.lastAnswer + std::chrono::milliseconds(interval));
         if (site.unanswered > 0 && interval > 0)
@@ -798,10 +807,7 @@ bool CurlDownloader::Worker::backOff(Transfer &done, CURL *easy, long status)
     request.retried = true;
     request.queuedAt = now;
     site.queue.push_front(std::move(request));
-    if (!site.queued) {
-        site.queued = true;
-        m_queuedSites.push_back(site.queue.front().site);
-    }
+    listQueued(site);
     return true;
 }
 

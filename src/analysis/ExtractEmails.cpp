@@ -11,12 +11,31 @@ namespace corvane {
 
 namespace {
 
+// The junk rule of an extension list, built again only when the list changes: a crawl asks
+// for it on every page, almost always with the same list.
+const JunkNameRule &junkRuleOf(const QStringList &extensions)
+{
+    thread_local QStringList builtFrom;
+    thread_local JunkNameRule rule;
+    if (extensions != builtFrom) {
+        rule = JunkNameRule(extensions);
+        builtFrom = extensions;
+    }
+    return rule;
+}
+
+const JunkNameRule &noJunkRule()
+{
+    static const JunkNameRule none;
+    return none;
+}
+
 // The filters in the form the per-address tests want, prepared once per page.
 struct PreparedFilters
 {
     PreparedFilters(const LeadFilters &filters, CrawlProfile profile)
         : source(filters), modern(profile == CrawlProfile::Modern),
-          junk(modern ? JunkNameRule(filters.junkExtensions) : JunkNameRule())
+          junk(modern ? junkRuleOf(filters.junkExtensions) : noJunkRule())
     {
         QList<QByteArray> domains;
         for (const QString &domain : filters.excludedDomains) {
@@ -33,7 +52,7 @@ struct PreparedFilters
 
     const LeadFilters &source;
     const bool modern;
-    const JunkNameRule junk;
+    const JunkNameRule &junk;
     FragmentSearch excludedDomains;
     bool everyDomainExcluded = false;
     QStringList excludedTypes; // upper-cased

@@ -102,6 +102,16 @@ QString flagOf(JobField field)
     return {};
 }
 
+// A whole number from low to high, or nothing.
+std::optional<int> wholeNumber(const QString &text, int low, int high)
+{
+    bool ok = false;
+    const int value = text.trimmed().toInt(&ok);
+    if (!ok || value < low || value > high)
+        return std::nullopt;
+    return value;
+}
+
 HarvestSetupError refusalOf(const QString &message,
                             const std::optional<ConversionFailure> &conversion)
 {
@@ -134,14 +144,23 @@ HarvestCommandLine::HarvestCommandLine()
       m_profile(option("profile", "classic or modern", "P")),
       m_probe(option("probe", "connection probe address", "URL")),
       m_out(option("out", "lead file", "FILE")),
-      m_demo(option("demo", "harvest the bundled demo web"))
+      m_demo(option("demo", "harvest the bundled demo web")),
+      m_firstPage(option("first-page",
+                         "modern: the result page each keyword starts from (1 to 1000, default 1)",
+                         "N")),
+      m_delay(option("delay",
+                     "modern: least milliseconds between requests to one site (0 to 60000, "
+                     "default 250, 0 with --demo); robots.txt may ask for more",
+                     "MS")),
+      m_sitePages(
+          option("site-pages", "modern: pages requested from one site at most (0: no cap)", "N"))
 {
     m_parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
     m_parser.addOptions({m_engine,      m_keywords, m_url,       m_urls,          m_minutes,
                          m_pages,       m_leads,    m_timeout,   m_excludeDomain, m_excludeType,
                          m_includeType, m_kb,       m_kbName,    m_taxonomy,      m_favorites,
                          m_noEmails,    m_proxy,    m_remoteDns, m_profile,       m_probe,
-                         m_out,         m_demo});
+                         m_out,         m_demo,     m_firstPage, m_delay,         m_sitePages});
 }
 
 Result<void> HarvestCommandLine::parse(const QStringList &args)
@@ -158,6 +177,24 @@ Result<void> HarvestCommandLine::parse(const QStringList &args)
     if (!m_parser.value(m_profile).isEmpty() && !parseCrawlProfile(m_parser.value(m_profile)))
         return fail(QStringLiteral("--profile is classic or modern, not \"%1\"")
                         .arg(m_parser.value(m_profile)));
+    const struct
+    {
+        const QCommandLineOption &option;
+        int low, high;
+        const char *wanted;
+    } numbers[] = {
+        {m_firstPage, 1, kMaxFirstResultPage, "a result page from 1 to %1"},
+        {m_delay, 0, kMaxSiteDelayMs, "a whole number of milliseconds from 0 to %1"},
+        {m_sitePages, 0, kMaxSitePages, "a whole number of pages from 0 (no cap) to %1"},
+    };
+    for (const auto &number : numbers) {
+        if (m_parser.isSet(number.option) &&
+            !wholeNumber(m_parser.value(number.option), number.low, number.high))
+            return fail(QStringLiteral("--%1 wants %2, not \"%3\"")
+                            .arg(number.option.names().first(),
+                                 QString::fromLatin1(number.wanted).arg(number.high),
+                                 m_parser.value(number.option)));
+    }
     if (m_parser.isSet(m_kb) || demo())
         return {};
     if (m_parser.isSet(m_taxonomy) || m_parser.isSet(m_kbName) || m_parser.isSet(m_favorites))
@@ -236,6 +273,18 @@ std::optional<HarvestSetupError> HarvestCommandLine::fillJob(HarvestJob &job,
 
     job.profile = parseCrawlProfile(m_parser.value(m_profile))
                       .value_or(demoWeb ? CrawlProfile::Modern : CrawlProfile::Classic);
+    if (job.profile != CrawlProfile::Modern &&
+        (m_parser.isSet(m_firstPage) || m_parser.isSet(m_delay) || m_parser.isSet(m_sitePages)))
+        return usage(QStringLiteral("--first-page, --delay and --site-pages belong to the modern "
+                                    "profile (--profile modern)"));
+    if (m_parser.isSet(m_firstPage))
+        job.firstResultPage = m_parser.value(m_firstPage).trimmed().toInt();
+    // The demo web is served by this program itself: nobody else's site to spare.
+    job.siteDelayMs = m_parser.isSet(m_delay) ? m_parser.value(m_delay).trimmed().toInt()
+                      : demoWeb               ? 0
+                                              : job.siteDelayMs;
+    if (m_parser.isSet(m_sitePages))
+        job.sitePageCap = m_parser.value(m_sitePages).trimmed().toInt();
     job.probeAddress = m_parser.isSet(m_probe) ? m_parser.value(m_probe)
                        : demoWeb               ? demoWeb->url(QStringLiteral("/"))
                                                : QString();

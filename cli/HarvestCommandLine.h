@@ -52,7 +52,8 @@ private:
     QCommandLineParser m_parser;
     QCommandLineOption m_engine, m_keywords, m_url, m_urls, m_minutes, m_pages, m_leads, m_timeout,
         m_excludeDomain, m_excludeType, m_includeType, m_kb, m_kbName, m_taxonomy, m_favorites,
-        m_noEmails, m_proxy, m_remoteDns, m_profile, m_probe, m_out, m_demo;
+        m_noEmails, m_proxy, m_remoteDns, m_profile, m_probe, m_out, m_demo, m_firstPage, m_delay,
+        m_sitePages;
 };
 
 } // namespace corvane::cli

@@ -3,11 +3,14 @@
 # on 127.0.0.1: pages per second and peak memory of each, and their ratio. Then one minute
 # of the classic profile, to show its pacing (pages per minute).
 #   bench/crawl/compare-wget.sh [BUILD_DIR] [PAGES]      defaults: build/release 20000
+# The modern profile runs unpaced (--delay 0): the benchmark measures the crawl, not the
+# politeness. CORVANE_PACE overrides those flags (empty for a build that has no --delay).
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 build=${1:-build/release}
 pages=${2:-20000}
 cli=$build/bin/corvane-cli
+read -r -a pace <<< "${CORVANE_PACE---delay 0}"
 [ -x "$cli" ] || { echo "no $cli: run scripts/build first" >&2; exit 1; }
 work=$(mktemp -d "${TMPDIR:-/tmp}/corvane-crawl-bench.XXXXXX")
 site=$work/site
@@ -25,7 +28,7 @@ measure() { # label, command...: prints seconds and peak RSS (KiB) of the comman
 }
 
 read -r c_secs c_kib < <(measure corvane "$cli" --home "$work/home" harvest --urls "$work/urls.txt" \
-    --probe "$base/" --profile modern --timeout 10 --pages 100000000 --leads 100000000 --out "$work/leads.csv")
+    --probe "$base/" --profile modern "${pace[@]}" --timeout 10 --pages 100000000 --leads 100000000 --out "$work/leads.csv")
 c_pages=$(grep -o 'pages [0-9]*' "$work/corvane.err" | tail -1 | cut -d' ' -f2)
 c_leads=$(($(wc -l < "$work/leads.csv") - 1))
 

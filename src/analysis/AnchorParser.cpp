@@ -70,7 +70,12 @@ qsizetype SplitAnchors(AnalysisContext &ctx, QStringView text, const AnchorParse
 
 QString ParseResultAnchor(AnalysisContext &ctx, const QString &anchor)
 {
-    const QString value = hrefValue(anchor);
+    QString value = hrefValue(anchor);
+    // Modern: a result link that goes through the engine's redirect stands for its target.
+    if (ctx.profile == CrawlProfile::Modern && value.size() <= kMaxLinkLength) {
+        if (const std::optional<QString> target = redirectTarget(value))
+            value = target->toLower();
+    }
     if (value.contains(QLatin1Char('+')) || value.contains(u"mailto:", Qt::CaseInsensitive) ||
         value.size() > kMaxLinkLength)
         return value;

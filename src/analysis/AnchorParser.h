@@ -25,6 +25,8 @@ qsizetype SplitAnchors(AnalysisContext &ctx, QStringView text, const AnchorParse
 // A result-page anchor (or a bookmark): the lower-cased href value, listed on lstURLList
 // (search engine not selected), lstResult (parse mode 1) or lstDetails (parse mode 2) when
 // it is an absolute http link that passes the filters; see the .cpp for the exact steps.
+// Under the modern profile a redirect link stands for the address it carries
+// (redirectTarget) before any rule looks at it.
 QString ParseResultAnchor(AnalysisContext &ctx, const QString &anchor);
 
 // A detail-page anchor: the href value resolved against host (scheme and authority) and

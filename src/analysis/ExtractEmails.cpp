@@ -1,6 +1,8 @@
 #include "analysis/EmailMatcher.h"
 #include "analysis/FragmentSearch.h"
+#include "analysis/JunkNames.h"
 #include "analysis/PageAnalyser.h"
+#include "analysis/WrittenAddresses.h"
 
 #include <QByteArray>
 #include <QList>
@@ -9,10 +11,31 @@ namespace corvane {
 
 namespace {
 
+// The junk rule of an extension list, built again only when the list changes: a crawl asks
+// for it on every page, almost always with the same list.
+const JunkNameRule &junkRuleOf(const QStringList &extensions)
+{
+    thread_local QStringList builtFrom;
+    thread_local JunkNameRule rule;
+    if (extensions != builtFrom) {
+        rule = JunkNameRule(extensions);
+        builtFrom = extensions;
+    }
+    return rule;
+}
+
+const JunkNameRule &noJunkRule()
+{
+    static const JunkNameRule none;
+    return none;
+}
+
 // The filters in the form the per-address tests want, prepared once per page.
 struct PreparedFilters
 {
-    explicit PreparedFilters(const LeadFilters &filters) : source(filters)
+    PreparedFilters(const LeadFilters &filters, CrawlProfile profile)
+        : source(filters), modern(profile == CrawlProfile::Modern),
+          junk(modern ? junkRuleOf(filters.junkExtensions) : noJunkRule())
     {
         QList<QByteArray> domains;
         for (const QString &domain : filters.excludedDomains) {
@@ -28,6 +51,8 @@ struct PreparedFilters
     }
 
     const LeadFilters &source;
+    const bool modern;
+    const JunkNameRule &junk;
     FragmentSearch excludedDomains;
     bool everyDomainExcluded = false;
     QStringList excludedTypes; // upper-cased
@@ -48,17 +73,34 @@ bool typeListed(const QStringList &upperTypes, const QString &upperLocal)
     return false;
 }
 
+// The lead as it is kept: as matched, or under the modern profile with its domain part in
+// lower case, so that one mailbox written two ways is one lead.
+QString leadText(QByteArrayView address, qsizetype at, bool modern)
+{
+    if (!modern)
+        return QString::fromLatin1(address);
+    return QString::fromLatin1(address.first(at + 1)) +
+           QString::fromLatin1(address.sliced(at + 1)).toLower();
+}
+
 } // namespace
 
 int ExtractEmails(QByteArrayView text, const LeadFilters &filters, LeadSet &leads,
-                  TextListModel &mailList)
+                  TextListModel &mailList, CrawlProfile profile)
 {
-    const PreparedFilters prepared(filters);
+    const PreparedFilters prepared(filters, profile);
+    // Modern: addresses written for people count as well; the page is copied only when it
+    // holds such a form.
+    const std::optional<QByteArray> written =
+        prepared.modern ? readWrittenAddresses(text) : std::nullopt;
+    const QByteArrayView page = written ? QByteArrayView(*written) : text;
     const EmailTypeMode mode = filters.typeMode;
     int appended = 0;
-    forEachEmailMatch(text, [&](qsizetype begin, qsizetype length) {
-        const QByteArrayView address = text.sliced(begin, length);
+    forEachEmailMatch(page, [&](qsizetype begin, qsizetype length) {
+        const QByteArrayView address = page.sliced(begin, length);
         if (!filters.addressFilters.admits(address))
+            return;
+        if (prepared.modern && prepared.junk.isJunk(address))
             return;
         const qsizetype at = address.indexOf('@');
         if (domainExcluded(prepared, address.sliced(at + 1)))
@@ -78,7 +120,7 @@ int ExtractEmails(QByteArrayView text, const LeadFilters &filters, LeadSet &lead
                                   QString::fromLatin1(address.first(at)).toUpper());
         }
 
-        const QString lead = QString::fromLatin1(address);
+        const QString lead = leadText(address, at, prepared.modern);
         if (mailList.contains(lead))
             return;
         if (mode == EmailTypeMode::Include && !included)

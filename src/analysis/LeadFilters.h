@@ -63,6 +63,8 @@ struct UserLeadFilters
     EmailTypeMode typeMode = EmailTypeMode::Exclude;
     QStringList excludedTypes;
     QStringList includedTypes;
+    // The junk-extension list's entries in force (the modern profile's junk filter).
+    QStringList junkExtensions{};
     bool operator==(const UserLeadFilters &) const = default;
 };
 
@@ -81,6 +83,8 @@ struct LeadFilters
     QStringList includedTypes;
     // `cmbEmail`: accept while lead set size + 1 <= leadLimit.
     qint64 leadLimit = std::numeric_limits<qint32>::max();
+    // Modern profile only: an address ending in one of these is a file name (JunkNameRule).
+    QStringList junkExtensions;
 
     void setUserFilters(const UserLeadFilters &user)
     {
@@ -88,6 +92,7 @@ struct LeadFilters
         typeMode = user.typeMode;
         excludedTypes = user.excludedTypes;
         includedTypes = user.includedTypes;
+        junkExtensions = user.junkExtensions;
     }
 };
 

@@ -1,5 +1,7 @@
 #include "analysis/LinkRules.h"
 
+#include <QUrl>
+
 namespace corvane::link_rules {
 
 qsizetype inStr(qsizetype start, QStringView text, QStringView needle, Qt::CaseSensitivity cs)
@@ -50,6 +52,41 @@ bool isBareWww(QStringView link, CrawlProfile profile)
     const QStringView trimmed = trimBlanks(link);
     return trimmed == u"http://www." ||
            (profile == CrawlProfile::Modern && trimmed == u"https://www.");
+}
+
+std::optional<QString> redirectTarget(QStringView link)
+{
+    constexpr int kMaxDepth = 3;
+    std::optional<QString> target;
+    QString current = link.toString();
+    for (int depth = 0; depth < kMaxDepth; ++depth) {
+        const qsizetype question = current.indexOf(QLatin1Char('?'));
+        if (question < 0)
+            break;
+        QStringView query = QStringView(current).sliced(question + 1);
+        query = query.left(query.indexOf(QLatin1Char('#'))); // the whole query without one
+        std::optional<QString> found;
+        for (QStringView parameter : query.split(QLatin1Char('&'))) {
+            if (parameter.startsWith(u"amp;")) // "&amp;" left over from the page's markup
+                parameter = parameter.sliced(4);
+            const qsizetype equals = parameter.indexOf(QLatin1Char('='));
+            if (equals < 0)
+                continue;
+            const QString value =
+                QUrl::fromPercentEncoding(parameter.sliced(equals + 1).toUtf8()).trimmed();
+            const qsizetype schemeEnd = value.indexOf(u"://");
+            if (startsWithWebScheme(value, CrawlProfile::Modern) && value.size() > schemeEnd + 3 &&
+                value.at(schemeEnd + 3) != QLatin1Char('/')) {
+                found = value;
+                break;
+            }
+        }
+        if (!found)
+            break;
+        target = found;
+        current = *found;
+    }
+    return target;
 }
 
 bool containsAny(QStringView text, const QStringList &entries)

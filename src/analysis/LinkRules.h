@@ -6,6 +6,8 @@
 #include <QStringList>
 #include <QStringView>
 
+#include <optional>
+
 // Small text rules the link extractors and lead filters share. Positions follow the program's
 // 1-based string functions so the rules read like the behaviour they keep.
 namespace corvane::link_rules {
@@ -36,6 +38,12 @@ QString hostOf(const QString &base, CrawlProfile profile);
 
 // "http://www." (and "https://www." under modern): the empty-site link that is never listed.
 bool isBareWww(QStringView link, CrawlProfile profile);
+
+// The address a redirect link carries: the first query parameter whose value, percent-decoded,
+// is an "http://" or "https://" address with a host ("/url?q=http%3A%2F%2Ffirm.com%2F&sa=U"
+// gives "http://firm.com/"), itself unwrapped when it is a redirect link too (up to three
+// deep). Nothing when link carries no address.
+std::optional<QString> redirectTarget(QStringView link);
 
 // Some entry occurs in text, letter case ignored.
 bool containsAny(QStringView text, const QStringList &entries);

@@ -178,7 +178,8 @@ QString PageAnalyser::FetchDetails(const QString &content, QString &base)
 int PageAnalyser::ExtractEmails(QByteArrayView text)
 {
     const TextListModel::Batch batch(m_ctx.lstMailList);
-    return corvane::ExtractEmails(text, m_ctx.filters, m_ctx.leadSet(), m_ctx.lstMailList);
+    return corvane::ExtractEmails(text, m_ctx.filters, m_ctx.leadSet(), m_ctx.lstMailList,
+                                  m_ctx.profile);
 }
 
 int PageAnalyser::ExtractEmails(QStringView text)

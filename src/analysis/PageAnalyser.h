@@ -52,8 +52,10 @@ private:
 
 // The same extraction with an explicit lead set and lead list, for callers that keep their
 // own (the leads scan, the command line). Bytes above 0x7F never belong to an address, so a
-// page may be passed as raw bytes in any single-byte or UTF-8 encoding.
+// page may be passed as raw bytes in any single-byte or UTF-8 encoding. The modern profile
+// also reads addresses written for people (readWrittenAddresses), drops file names
+// (JunkNameRule, after the ending rule) and keeps each lead's domain part in lower case.
 int ExtractEmails(QByteArrayView text, const LeadFilters &filters, LeadSet &leads,
-                  TextListModel &mailList);
+                  TextListModel &mailList, CrawlProfile profile = CrawlProfile::Classic);
 
 } // namespace corvane

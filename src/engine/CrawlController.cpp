@@ -39,6 +39,8 @@ QString crawlStateName(CrawlState state)
         return QStringLiteral("ended by limit");
     case CrawlState::WaitingForConnection:
         return QStringLiteral("waiting for connection");
+    case CrawlState::EndedBySearch:
+        return QStringLiteral("ended by the search");
     }
     return {};
 }
@@ -129,6 +131,7 @@ void CrawlController::Start(const CrawlSettings &settings)
         crawlStep();
         return;
     }
+    m_keywordSource.setFirstPage(m_settings.firstResultPage - 1);
     if (!m_job.excludeEmailExtraction)
         loadAddressFilterList();
     m_checking = true;
@@ -205,7 +208,10 @@ void CrawlController::runSourceStep()
     // that steps.
     switch (m_job.searchType) {
     case SearchType::SearchEngines:
-        m_engineSource.step(*this);
+        if (m_settings.profile == CrawlProfile::Modern)
+            m_keywordSource.step(*this);
+        else
+            m_engineSource.step(*this);
         break;
     case SearchType::UrlList:
         m_listSource.step(*this);
@@ -281,10 +287,11 @@ void CrawlController::endRun(SourceEnd how)
         emit finished(text);
         return;
     }
-    const QString text = QString::fromLatin1(kSingleUrlDoneMessage);
+    const bool search = how == SourceEnd::SearchDone;
+    const QString text = QString::fromLatin1(search ? kUrlListDoneMessage : kSingleUrlDoneMessage);
     emit message(text);
     Stop();
-    setState(CrawlState::EndedBySingleUrl);
+    setState(search ? CrawlState::EndedBySearch : CrawlState::EndedBySingleUrl);
     emit finished(text);
 }
 

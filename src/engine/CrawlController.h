@@ -27,16 +27,19 @@ enum class CrawlState {
     EndedBySingleUrl, // the single URL is done
     EndedByLimit,     // a run limit was reached; the run cannot be resumed
     WaitingForConnection,
+    EndedBySearch, // modern: every keyword's result pages and every queued page are done
 };
 
 QString crawlStateName(CrawlState state);
 
 // What a Start fixes for the run: the time-out every download is given (it also paces the
-// crawl timer) and the profile.
+// crawl timer), the profile, and under the modern profile the result page each keyword
+// starts from (1 is the first).
 struct CrawlSettings
 {
     qint32 pageTimeoutMs = 30000;
     CrawlProfile profile = CrawlProfile::Classic;
+    int firstResultPage = 1;
     bool operator==(const CrawlSettings &) const = default;
 };
 
@@ -102,7 +105,8 @@ signals:
     void storeProblem(const QString &text);
     void stateChanged(CrawlState state);
     void progress();
-    // The run has ended for good: a limit, the URL list used up or the single URL done.
+    // The run has ended for good: a limit, the URL list used up, the single URL done or (modern)
+    // the search done.
     // Pages still in flight keep arriving and are analysed; allPagesBack follows them.
     void finished(const QString &text);
     // Every download started has come back (pending() is 0).
@@ -153,6 +157,7 @@ private:
     std::unique_ptr<RunMonitor> m_monitor; // tmrTimer
     std::unique_ptr<ResumeController> m_resume;
     SearchEnginesSource m_engineSource;
+    KeywordPagesSource m_keywordSource; // search engines under the modern profile
     UrlListSource m_listSource;
     SingleUrlSource m_singleSource;
 

@@ -13,6 +13,7 @@
 #include <chrono>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <unordered_map>
 #include <variant>
@@ -145,28 +146,48 @@ private:
         QString referer;  // the address that redirected there
         int redirects = 0;
         int slot = 0;
+        int timeoutMs = kDefaultTimeoutMs;
         std::uint64_t generation = 0;
         Clock::time_point deadline;
         OptionsPtr options;
+        // Politeness: the site the page is paced by (empty when politeness is off), when it
+        // joined that site's queue, and whether it is the one retry after a busy answer.
+        QString site;
+        Clock::time_point queuedAt;
+        bool retried = false;
 
         const QString &address() const { return location.isEmpty() ? url : location; }
     };
 
     struct Transfer
     {
+        Worker *worker = nullptr;
         Request request;
         CURL *easy = nullptr;
         QByteArray body;
         qint64 cap = 0;
         bool overflow = false;
-        QString robotsSite; // set for a robots.txt fetch
+        QString robotsSite;    // set for a robots.txt fetch
+        QString pacedSite;     // the site whose pace this transfer sets, while politeness is on
+        bool answered = false; // the answer has begun
     };
 
     struct Site
     {
+        // Robots rules.
         bool known = false;
+        bool robotsAsked = false;
         RobotsRules rules;
-        std::vector<Request> waiting;
+        std::vector<Request> waiting; // for the robots.txt
+
+        // Politeness.
+        std::deque<Request> queue; // cleared pages waiting for the site's next turn
+        bool queued = false;       // listed in m_queuedSites
+        bool started = false;      // a request has gone to the site
+        Clock::time_point lastAnswer;
+        int unanswered = 0; // paced transfers whose answer has not begun yet
+        Clock::time_point closedUntil;
+        int pagesStarted = 0;
     };
 
     struct AddCommand
@@ -183,11 +204,23 @@ private:
     void run();
     void takeCommands();
     void accept(Request request);
+    Site &siteFor(const QString &key);
+    void admit(Site &site, Request request);
+    static int intervalMs(const Site &site, const SitePoliteness &polite);
+    void listQueued(Site &site);
     void startRobotsFetch(const QString &site, const QUrl &pageUrl, const Request &page);
     void startPages();
+    std::optional<Request> takeQueuedTurn(Clock::time_point now);
+    bool hasTurn(const Site &site, const DownloadOptions &options, Clock::time_point now) const;
+    int pauseMs(Clock::time_point now) const;
+    bool launch(Request request, Clock::time_point now);
     bool startTransfer(Transfer *transfer, const QByteArray &url);
+    void paceBy(Transfer *transfer, const QString &site);
+    void leaveSite(Transfer &transfer);
     void finishTransfers();
     bool followRedirect(Transfer &done, CURL *easy, long status);
+    bool backOff(Transfer &done, CURL *easy, long status);
+    void closeSite(Site &site, Clock::time_point until);
     void robotsArrived(const QString &site, const RobotsRules &rules);
     void complete(const Request &request, const QByteArray &body);
     void dropAll();
@@ -195,6 +228,7 @@ private:
     void configure(CURL *easy, Transfer *transfer, const QByteArray &url, long timeoutMs);
 
     static size_t onWrite(char *data, size_t size, size_t count, void *userData);
+    static size_t onHeader(char *, size_t size, size_t count, void *userData);
 
     CurlDownloader *m_owner;
     CURLM *m_multi = nullptr;
@@ -211,6 +245,8 @@ private:
     std::deque<Request> m_ready;
     std::vector<std::unique_ptr<Transfer>> m_transfers;
     std::unordered_map<QString, Site> m_sites;
+    std::vector<QString> m_queuedSites; // sites with pages in their queue, taken in turn
+    std::size_t m_nextQueuedSite = 0;
     std::vector<CURL *> m_spareEasies;
     int m_runningPages = 0;
     long m_hostCap = 0;
@@ -255,8 +291,8 @@ void CurlDownloader::Worker::add(const QString &url, int timeoutMs, int slot,
     request.url = url;
     request.slot = slot;
     request.generation = generation;
-    request.deadline =
-        Clock::now() + std::chrono::milliseconds(timeoutMs > 0 ? timeoutMs : kDefaultTimeoutMs);
+    request.timeoutMs = timeoutMs > 0 ? timeoutMs : kDefaultTimeoutMs;
+    request.deadline = Clock::now() + std::chrono::milliseconds(request.timeoutMs);
     {
         std::lock_guard lock(m_mutex);
         request.options = m_options;
@@ -295,7 +331,7 @@ void CurlDownloader::Worker::run()
         curl_multi_perform(m_multi, &running);
         finishTransfers();
         startPages(); // slots freed by finished pages
-        curl_multi_poll(m_multi, nullptr, 0, kPollCapMs, nullptr);
+        curl_multi_poll(m_multi, nullptr, 0, pauseMs(Clock::now()), nullptr);
     }
 }
 
@@ -317,11 +353,30 @@ void CurlDownloader::Worker::takeCommands()
     }
 }
 
-// Routes a new page: straight to the ready queue, to its site's robots wait list, or to an
-// empty completion when the site's rules forbid it.
+CurlDownloader::Worker::Site &CurlDownloader::Worker::siteFor(const QString &key)
+{
+    auto found = m_sites.find(key);
+    if (found != m_sites.end())
+        return found->second;
+    if (m_sites.size() >= kMaxSitesRemembered) {
+        // Forget what is settled; sites with pages waiting or going out stay.
+        const auto now = Clock::now();
+        std::erase_if(m_sites, [&](const auto &entry) {
+            const Site &site = entry.second;
+            return site.waiting.empty() && site.queue.empty() && site.unanswered == 0 &&
+                   site.known == site.robotsAsked && site.closedUntil <= now;
+        });
+    }
+    return m_sites.emplace(key, Site{}).first->second;
+}
+
+// Routes a new page: straight to the ready queue, to its site's robots wait list, to its
+// site's queue, or to an empty completion when the site's rules forbid it.
 void CurlDownloader::Worker::accept(Request request)
 {
-    if (!request.options->honourRobots) {
+    const bool robots = request.options->honourRobots;
+    const bool polite = request.options->politeness.isOn();
+    if (!robots && !polite) {
         m_ready.push_back(std::move(request));
         return;
     }
@@ -331,26 +386,55 @@ void CurlDownloader::Worker::accept(Request request)
         m_ready.push_back(std::move(request)); // curl reports the bad address
         return;
     }
-    auto found = m_sites.find(key);
-    if (found == m_sites.end()) {
-        if (m_sites.size() >= kMaxSitesRemembered) {
-            // Forget what is settled; sites still waiting for their robots.txt stay.
-            for (auto it = m_sites.begin(); it != m_sites.end();)
-                it = it->second.known ? m_sites.erase(it) : std::next(it);
+    request.site = polite ? key : QString();
+    Site &site = siteFor(key);
+    if (robots && !site.known) {
+        site.waiting.push_back(std::move(request));
+        if (!site.robotsAsked) {
+            site.robotsAsked = true;
+            startRobotsFetch(key, url, site.waiting.back());
         }
-        found = m_sites.emplace(key, Site{}).first;
-        found->second.waiting.push_back(request);
-        startRobotsFetch(key, url, request);
+    } else if (robots && !site.rules.allows(robotsPath(url))) {
+        complete(request, {});
+    } else {
+        admit(site, std::move(request));
+    }
+}
+
+// The least time between two requests to site: the job's delay, or robots.txt's Crawl-delay
+// when that asks for more.
+int CurlDownloader::Worker::intervalMs(const Site &site, const SitePoliteness &polite)
+{
+    return std::max(polite.delayMs, polite.followCrawlDelay ? site.rules.crawlDelayMs() : 0);
+}
+
+// Site has pages in its queue: it takes its turn in the rotation.
+void CurlDownloader::Worker::listQueued(Site &site)
+{
+    if (site.queued || site.queue.empty())
+        return;
+    site.queued = true;
+    m_queuedSites.push_back(site.queue.front().site);
+}
+
+// A page its site's robots rules let through: to the ready queue when its site sets no pace
+// and is open, else into the site's queue for its turn.
+void CurlDownloader::Worker::admit(Site &site, Request request)
+{
+    const auto now = Clock::now();
+    const int interval = intervalMs(site, request.options->politeness);
+    if (request.site.isEmpty() ||
+        (interval <= 0 && site.queue.empty() && site.closedUntil <= now)) {
+        m_ready.push_back(std::move(request));
         return;
     }
-    Site &site = found->second;
-    if (!site.known) {
-        site.waiting.push_back(std::move(request));
-    } else if (site.rules.allows(robotsPath(url))) {
-        m_ready.push_back(std::move(request));
-    } else {
-        complete(request, {});
+    if (site.closedUntil - now > std::chrono::milliseconds(request.timeoutMs)) {
+        complete(request, {}); // the site asked to be left alone for longer than the page may wait
+        return;
     }
+    request.queuedAt = now;
+    site.queue.push_back(std::move(request));
+    listQueued(site);
 }
 
 void CurlDownloader::Worker::startRobotsFetch(const QString &site, const QUrl &pageUrl,
@@ -369,27 +453,164 @@ void CurlDownloader::Worker::startRobotsFetch(const QString &site, const QUrl &p
     ++m_robotsFetches;
     Transfer *raw = transfer.get();
     m_transfers.push_back(std::move(transfer));
+    // The site's first request: it goes out at once and sets the site's pace like a page.
+    if (page.options->politeness.isOn())
+        paceBy(raw, site);
     if (!startTransfer(raw, robots.toEncoded()))
         robotsArrived(site, RobotsRules{});
 }
 
-void CurlDownloader::Worker::startPages()
+// May a page of site start now? Its site must be open, and when it sets a pace, no request of
+// it may still be waiting for its answer and its interval must have passed since the last
+// answer began.
+bool CurlDownloader::Worker::hasTurn(const Site &site, const DownloadOptions &options,
+                                     Clock::time_point now) const
 {
-    while (!m_ready.empty() && m_runningPages < std::max(1, m_ready.front().options->maxInFlight)) {
-        Request request = std::move(m_ready.front());
-        m_ready.pop_front();
-        if (request.deadline <= Clock::now()) {
-            complete(request, {});
+    if (now < site.closedUntil)
+        return false;
+    const int interval = intervalMs(site, options.politeness);
+    if (interval <= 0 || !site.started)
+        return true;
+    return site.unanswered == 0 && now >= site.lastAnswer + std::chrono::milliseconds(interval);
+}
+
+// The next queued page whose site has its turn, the sites taken in rotation so that one busy
+// site does not hold up the others. Nothing when no site has its turn or no transfer is free.
+std::optional<CurlDownloader::Worker::Request>
+CurlDownloader::Worker::takeQueuedTurn(Clock::time_point now)
+{
+    for (std::size_t looked = 0; looked < m_queuedSites.size();) {
+        if (m_nextQueuedSite >= m_queuedSites.size())
+            m_nextQueuedSite = 0;
+        const auto found = m_sites.find(m_queuedSites[m_nextQueuedSite]);
+        if (found == m_sites.end() || found->second.queue.empty()) {
+            if (found != m_sites.end())
+                found->second.queued = false;
+            m_queuedSites.erase(m_queuedSites.begin() + std::ptrdiff_t(m_nextQueuedSite));
             continue;
         }
-        auto transfer = std::make_unique<Transfer>();
-        transfer->cap = request.options->maxPageBytes;
-        transfer->request = std::move(request);
-        Transfer *raw = transfer.get();
-        m_transfers.push_back(std::move(transfer));
-        ++m_runningPages;
-        startTransfer(raw, encodedUrl(raw->request.address()));
+        Site &site = found->second;
+        const Request &front = site.queue.front();
+        if (m_runningPages >= std::max(1, front.options->maxInFlight))
+            return std::nullopt;
+        ++looked;
+        ++m_nextQueuedSite;
+        if (!hasTurn(site, *front.options, now))
+            continue;
+        Request request = std::move(site.queue.front());
+        site.queue.pop_front();
+        // Waiting for the site's turn is not the page's own time.
+        request.deadline += now - request.queuedAt;
+        return request;
     }
+    return std::nullopt;
+}
+
+// How long the worker may wait for curl before a queued page's site has its turn.
+int CurlDownloader::Worker::pauseMs(Clock::time_point now) const
+{
+    auto wake = now + std::chrono::milliseconds(kPollCapMs);
+    for (const QString &key : m_queuedSites) {
+        const auto found = m_sites.find(key);
+        if (found == m_sites.end() || found->second.queue.empty())
+            continue;
+        const Site &site = found->second;
+        const int interval = intervalMs(site, site.queue.front().options->politeness);
+        auto turn =
+            std::max(site.closedUntil, site.lastAnswer + std::chrono::milliseconds(interval));
+        if (site.unanswered > 0 && interval > 0)
+            continue; // the answer arriving wakes the worker
+        wake = std::min(wake, std::max(turn, now));
+    }
+    // Rounded up, so that the worker never wakes a moment before the turn.
+    return int(std::chrono::ceil<std::chrono::milliseconds>(wake - now).count());
+}
+
+void CurlDownloader::Worker::startPages()
+{
+    const auto now = Clock::now();
+    for (;;) {
+        std::optional<Request> request = takeQueuedTurn(now);
+        if (!request) {
+            if (m_ready.empty() ||
+                m_runningPages >= std::max(1, m_ready.front().options->maxInFlight))
+                return;
+            request = std::move(m_ready.front());
+            m_ready.pop_front();
+            if (!request->site.isEmpty()) {
+                // Its site may have closed since the page was made ready.
+                const auto found = m_sites.find(request->site);
+                if (found != m_sites.end() && found->second.closedUntil > now) {
+                    admit(found->second, std::move(*request));
+                    continue;
+                }
+            }
+        }
+        launch(std::move(*request), now);
+    }
+}
+
+// Starts one page's transfer; a page past its time-out or its site's page cap completes
+// empty instead.
+bool CurlDownloader::Worker::launch(Request request, Clock::time_point now)
+{
+    if (request.deadline <= now) {
+        complete(request, {});
+        return false;
+    }
+    if (!request.site.isEmpty()) {
+        Site &site = siteFor(request.site);
+        const int cap = request.options->politeness.maxPagesPerSite;
+        if (cap > 0 && site.pagesStarted >= cap && !request.retried) {
+            complete(request, {});
+            return false;
+        }
+        if (!request.retried)
+            ++site.pagesStarted;
+    }
+    auto transfer = std::make_unique<Transfer>();
+    transfer->cap = request.options->maxPageBytes;
+    transfer->request = std::move(request);
+    Transfer *raw = transfer.get();
+    m_transfers.push_back(std::move(transfer));
+    ++m_runningPages;
+    if (!raw->request.site.isEmpty())
+        paceBy(raw, raw->request.site);
+    return startTransfer(raw, encodedUrl(raw->request.address()));
+}
+
+// The transfer is the site's latest request: the site's next turn counts from when its answer
+// begins (leaveSite), and until then no other paced request of the site starts.
+void CurlDownloader::Worker::paceBy(Transfer *transfer, const QString &key)
+{
+    Site &site = siteFor(key);
+    transfer->pacedSite = key;
+    site.started = true;
+    site.lastAnswer = Clock::now();
+    ++site.unanswered;
+}
+
+// A paced transfer is done with its site's pace: its answer has begun, or it ended without
+// one. The answer proves the server has the request, so the site's next request reaches the
+// server at least the site's interval after this one did, however the two were delayed on
+// their way out.
+void CurlDownloader::Worker::leaveSite(Transfer &transfer)
+{
+    if (transfer.pacedSite.isEmpty() || transfer.answered)
+        return;
+    transfer.answered = true;
+    const auto found = m_sites.find(transfer.pacedSite);
+    if (found == m_sites.end())
+        return;
+    found->second.lastAnswer = std::max(found->second.lastAnswer, Clock::now());
+    --found->second.unanswered;
+}
+
+size_t CurlDownloader::Worker::onHeader(char *, size_t size, size_t count, void *userData)
+{
+    auto *transfer = static_cast<Transfer *>(userData);
+    transfer->worker->leaveSite(*transfer);
+    return size * count;
 }
 
 // Adds the transfer to the multi handle; on failure completes it at once and returns false.
@@ -418,6 +639,7 @@ bool CurlDownloader::Worker::startTransfer(Transfer *transfer, const QByteArray 
                                  [&](const auto &t) { return t.get() == transfer; });
     std::unique_ptr<Transfer> owned = std::move(*it);
     m_transfers.erase(it);
+    leaveSite(*owned);
     if (owned->robotsSite.isEmpty()) {
         --m_runningPages;
         complete(owned->request, {});
@@ -439,10 +661,17 @@ void CurlDownloader::Worker::configure(CURL *easy, Transfer *transfer, const QBy
                                        long timeoutMs)
 {
     const DownloadOptions &o = *transfer->request.options;
+    transfer->worker = this;
     curl_easy_setopt(easy, CURLOPT_URL, url.constData());
     curl_easy_setopt(easy, CURLOPT_PRIVATE, transfer);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Worker::onWrite);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, transfer);
+    if (!transfer->pacedSite.isEmpty()) {
+        curl_easy_setopt(easy, CURLOPT_HEADERFUNCTION, &Worker::onHeader);
+        curl_easy_setopt(easy, CURLOPT_HEADERDATA, transfer);
+        // A proxy's answer to CONNECT comes before the request has gone out.
+        curl_easy_setopt(easy, CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    }
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     // Redirects are followed here, not by curl, so that each new address passes its own
@@ -500,16 +729,19 @@ void CurlDownloader::Worker::finishTransfers()
         long status = 0;
         curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
         curl_multi_remove_handle(m_multi, easy);
-        m_spareEasies.push_back(easy);
 
         const auto it = std::find_if(m_transfers.begin(), m_transfers.end(),
                                      [&](const auto &t) { return t.get() == transfer; });
-        if (it == m_transfers.end())
+        if (it == m_transfers.end()) {
+            m_spareEasies.push_back(easy);
             continue;
+        }
         std::unique_ptr<Transfer> done = std::move(*it);
         m_transfers.erase(it);
+        leaveSite(*done);
         const bool ok = result == CURLE_OK && !done->overflow && status >= 200 && status < 300;
         if (!done->robotsSite.isEmpty()) {
+            m_spareEasies.push_back(easy);
             // Only a robots.txt that was really served restricts anything; a missing file,
             // a server error or no answer leaves the site open.
             robotsArrived(done->robotsSite,
@@ -517,9 +749,11 @@ void CurlDownloader::Worker::finishTransfers()
             continue;
         }
         --m_runningPages;
-        if (result == CURLE_OK && followRedirect(*done, easy, status))
-            continue;
-        complete(done->request, ok ? done->body : QByteArray());
+        const bool handled = result == CURLE_OK &&
+                             (followRedirect(*done, easy, status) || backOff(*done, easy, status));
+        m_spareEasies.push_back(easy);
+        if (!handled)
+            complete(done->request, ok ? done->body : QByteArray());
     }
 }
 
@@ -544,8 +778,50 @@ bool CurlDownloader::Worker::followRedirect(Transfer &done, CURL *easy, long sta
     ++request.redirects;
     request.referer = request.address();
     request.location = next;
+    request.site.clear(); // the site it leads to paces it
+    request.retried = false;
     accept(std::move(request));
     return true;
+}
+
+// A 429 or 503 answer with politeness on: the site closes for a while, and the page waits
+// at the front of its site's queue to be asked once more when it opens.
+bool CurlDownloader::Worker::backOff(Transfer &done, CURL *easy, long status)
+{
+    Request &request = done.request;
+    if ((status != 429 && status != 503) || request.site.isEmpty() ||
+        !request.options->politeness.backOffWhenBusy)
+        return false;
+    curl_off_t retryAfter = 0; // seconds; curl reads both forms of the header
+    curl_easy_getinfo(easy, CURLINFO_RETRY_AFTER, &retryAfter);
+    const qint64 pauseMs =
+        retryAfter > 0 ? std::min<qint64>(qint64(retryAfter) * 1000, SitePoliteness::kMaxBackOffMs)
+                       : SitePoliteness::kDefaultBackOffMs;
+    const auto now = Clock::now();
+    Site &site = siteFor(request.site);
+    closeSite(site, now + std::chrono::milliseconds(pauseMs));
+    if (request.retried || pauseMs > request.timeoutMs) {
+        complete(request, {});
+        return true;
+    }
+    request.retried = true;
+    request.queuedAt = now;
+    site.queue.push_front(std::move(request));
+    listQueued(site);
+    return true;
+}
+
+// No page of the site starts before until; queued pages that may not wait that long give up.
+void CurlDownloader::Worker::closeSite(Site &site, Clock::time_point until)
+{
+    site.closedUntil = std::max(site.closedUntil, until);
+    const auto now = Clock::now();
+    std::erase_if(site.queue, [&](const Request &request) {
+        if (site.closedUntil - now <= std::chrono::milliseconds(request.timeoutMs))
+            return false;
+        complete(request, {});
+        return true;
+    });
 }
 
 void CurlDownloader::Worker::robotsArrived(const QString &key, const RobotsRules &rules)
@@ -563,7 +839,7 @@ void CurlDownloader::Worker::robotsArrived(const QString &key, const RobotsRules
             continue;
         const QUrl url(request.address().trimmed(), QUrl::TolerantMode);
         if (rules.allows(robotsPath(url)))
-            m_ready.push_back(std::move(request));
+            admit(site, std::move(request));
         else
             complete(request, {});
     }
@@ -586,10 +862,12 @@ void CurlDownloader::Worker::complete(const Request &request, const QByteArray &
 // fetches keep going so that their answer is not fetched twice.
 void CurlDownloader::Worker::dropAll()
 {
-    std::erase_if(m_ready, [&](const Request &r) { return r.generation < m_minGeneration; });
-    for (auto &[key, site] : m_sites)
-        std::erase_if(site.waiting,
-                      [&](const Request &r) { return r.generation < m_minGeneration; });
+    const auto old = [&](const Request &r) { return r.generation < m_minGeneration; };
+    std::erase_if(m_ready, old);
+    for (auto &[key, site] : m_sites) {
+        std::erase_if(site.waiting, old);
+        std::erase_if(site.queue, old);
+    }
     bool stopping = false;
     {
         std::lock_guard lock(m_mutex);
@@ -607,6 +885,7 @@ void CurlDownloader::Worker::dropAll()
             curl_multi_remove_handle(m_multi, t->easy);
             m_spareEasies.push_back(t->easy);
         }
+        leaveSite(*t);
         if (!robots)
             --m_runningPages;
         it = m_transfers.erase(it);
@@ -639,6 +918,13 @@ void CurlDownloader::setProxy(const ProxySettings &proxy)
 {
     DownloadOptions o = m_worker->options();
     o.proxy = proxy;
+    m_worker->setOptions(o);
+}
+
+void CurlDownloader::setPoliteness(const SitePoliteness &politeness)
+{
+    DownloadOptions o = m_worker->options();
+    o.politeness = politeness;
     m_worker->setOptions(o);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "engine/PageDownloader.h"
+#include "engine/SitePoliteness.h"
 
 #include <QByteArray>
 #include <QString>
@@ -37,6 +38,7 @@ struct ProxySettings
 struct DownloadOptions
 {
     ProxySettings proxy;
+    SitePoliteness politeness;
     // Pages a site's robots.txt forbids complete with an empty body.
     bool honourRobots = true;
     // A page whose decoded body grows past this is abandoned (empty body).
@@ -58,7 +60,10 @@ struct DownloadOptions
 // time through DownloadComplete(slot, url, body).
 //
 // A site's robots.txt is fetched once per scheme, host and port, before that site's first
-// page, and kept for the life of the downloader; the site's pages wait for it. Pages the
+// page, and kept for the life of the downloader; the site's pages wait for it. With
+// SitePoliteness on, each site's pages wait in the site's own queue for its next turn
+// (never blocking other sites' pages, never by sleeping): the worker starts a queued page
+// once the site's delay has passed since its last request's answer began. Pages the
 // robots rules forbid, failed pages (refused, reset, timed out, HTTP status other than
 // 2xx after redirects, too many redirects, body over the size cap) complete with an empty
 // body. The body is delivered as received: decoded from gzip/deflate/br, not re-encoded.
@@ -76,6 +81,7 @@ public:
     // forget robots rules already learned.
     void setOptions(const DownloadOptions &options);
     void setProxy(const ProxySettings &proxy);
+    void setPoliteness(const SitePoliteness &politeness);
     DownloadOptions options() const;
 
     // Returns at once. A timeoutMs of 0 or less means 30 seconds. The time-out counts from

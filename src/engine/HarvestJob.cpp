@@ -1,9 +1,11 @@
 #include "engine/HarvestJob.h"
 
+#include "analysis/JunkNames.h"
 #include "common/AppSettings.h"
 
 #include <QByteArray>
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -114,7 +116,8 @@ std::optional<ConversionFailure> convert(JobField field, const QString &text, Ta
 HarvestJob::HarvestJob()
     : excludedDomains(JobList::MarkShown::AsCheckBox),
       excludedEmailTypes(JobList::MarkShown::AsCheckBox),
-      includedEmailTypes(JobList::MarkShown::AsCheckBox)
+      includedEmailTypes(JobList::MarkShown::AsCheckBox),
+      junkExtensions(JobList::MarkShown::AsCheckBox)
 {
 }
 
@@ -148,7 +151,35 @@ QStringList HarvestJob::proxyTypeChoices()
 UserLeadFilters userLeadFilters(const HarvestJob &job)
 {
     return {job.excludedDomains.markedTexts(), job.typeMode, job.excludedEmailTypes.markedTexts(),
-            job.includedEmailTypes.markedTexts()};
+            job.includedEmailTypes.markedTexts(), job.junkExtensions.markedTexts()};
+}
+
+void fillJunkExtensions(JobList &list)
+{
+    QList<JobListEntry> rows;
+    for (const JunkExtension &extension : loadJunkExtensions())
+        rows.append(JobListEntry{extension.name, qint32(rows.size() + 1), {}, extension.inForce});
+    list.setEntries(rows);
+}
+
+std::optional<QString> storeJunkExtensions(const JobList &list)
+{
+    QList<JunkExtension> extensions;
+    for (const JobListEntry &entry : list.entries())
+        extensions.append(JunkExtension{entry.text, entry.marked});
+    return saveJunkExtensions(extensions);
+}
+
+SitePoliteness sitePolitenessOf(const HarvestJob &job)
+{
+    SitePoliteness polite;
+    if (job.profile != CrawlProfile::Modern)
+        return polite;
+    polite.delayMs = std::clamp(job.siteDelayMs, 0, kMaxSiteDelayMs);
+    polite.maxPagesPerSite = std::clamp(job.sitePageCap, 0, kMaxSitePages);
+    polite.followCrawlDelay = true;
+    polite.backOffWhenBusy = true;
+    return polite;
 }
 
 void restoreSavedChoices(HarvestJob &job)

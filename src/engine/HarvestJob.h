@@ -4,6 +4,7 @@
 #include "common/CrawlProfile.h"
 #include "common/Result.h"
 #include "engine/JobList.h"
+#include "engine/SitePoliteness.h"
 #include "kb/MailGroupRules.h"
 
 #include <QList>
@@ -23,6 +24,13 @@ enum class SearchType {
     UrlList = 1,       // "Select URL List"
     SingleUrl = 2,     // "From URL"
 };
+
+// The modern profile's settings: the ranges the window's fields and the command line's flags
+// both accept.
+inline constexpr int kMaxFirstResultPage = 1000;
+inline constexpr int kDefaultSiteDelayMs = 250;
+inline constexpr int kMaxSiteDelayMs = 60000;
+inline constexpr int kMaxSitePages = 1000000;
 
 // The parameters of a harvest, exactly as the user gives them, and live: the harvest window
 // edits this object as the user types, the command line fills it from its flags, and the
@@ -64,6 +72,10 @@ struct HarvestJob
     // Settings tab: the crawl itself.
     CrawlProfile profile = CrawlProfile::Classic; // `cmbProfile`
     QString probeAddress;                         // `txtProbe`; empty: the configured probe address
+    // Modern profile only (the classic one keeps its own pace and starts at page 1).
+    int firstResultPage = 1;               // `txtFirstPage`: each keyword's first result page
+    int siteDelayMs = kDefaultSiteDelayMs; // `txtDelay`: least time between requests to a site
+    int sitePageCap = 0;                   // `txtSitePages`: pages per site; 0: no cap
 
     // Settings tab: frame "Proxy Settings". The fields count only once chosen: the window's
     // factory values are an example until the user opens the frame.
@@ -80,6 +92,9 @@ struct HarvestJob
     EmailTypeMode typeMode = EmailTypeMode::Exclude; // `optExclude`
     JobList excludedEmailTypes;                      // `lstEmail` "List of excluded Email Id types"
     JobList includedEmailTypes; // `lstIncEmail` "List of Email Id types to include"
+    // `lstJunk`: file extensions the modern profile's junk filter drops; kept in the data
+    // folder (fillJunkExtensions, storeJunkExtensions).
+    JobList junkExtensions;
 
     // The choices each combo box offers.
     static QStringList pageTimeoutChoices(); // "20" "30" "40" "50" "60"
@@ -92,6 +107,17 @@ struct HarvestJob
 
 // The filters the job's lists and options choose right now: checked entries only.
 UserLeadFilters userLeadFilters(const HarvestJob &job);
+
+// The junk-extension list from the data folder (or the bundled one) into list; and back into
+// the data folder's copy, which then replaces the bundled list (the reason when it cannot be
+// written).
+void fillJunkExtensions(JobList &list);
+std::optional<QString> storeJunkExtensions(const JobList &list);
+
+// What the downloader is told for a run of the job: nothing under the classic profile; under
+// the modern one the job's delay and page cap, robots.txt's Crawl-delay and backing off from
+// busy sites.
+SitePoliteness sitePolitenessOf(const HarvestJob &job);
 
 // The profile and probe address a desktop user chose last time, kept in the settings.
 void restoreSavedChoices(HarvestJob &job);

@@ -10,6 +10,7 @@ HarvestSession::HarvestSession(HarvestJob &job, QObject *parent)
     : QObject(parent), m_job(job), m_downloader(std::make_unique<CurlDownloader>()),
       m_probe(std::make_unique<ConnectionProbe>())
 {
+    fillJunkExtensions(m_job.junkExtensions);
     m_crawl = std::make_unique<CrawlController>(
         m_job, CrawlController::Parts{m_downloader.get(), &RealTimerSource::instance(), &m_analysis,
                                       &m_storePort, &m_searchList, m_probe.get()});
@@ -38,6 +39,7 @@ Result<void> HarvestSession::start(const RunDescription &run)
     m_context.filters.leadLimit = run.maxLeads;
     m_store.setSettings(run.store);
     m_downloader->setProxy(run.proxy);
+    m_downloader->setPoliteness(run.politeness);
     m_probe->setAddress(run.probeAddress);
     m_crawl->Start(run.crawl);
     return {};

@@ -23,6 +23,7 @@ class HarvestSession : public QObject
 {
     Q_OBJECT
 public:
+    // Fills the job's junk-extension list from the data folder.
     explicit HarvestSession(HarvestJob &job, QObject *parent = nullptr);
     // Stops the run; pages still in flight are given up.
     ~HarvestSession() override;

@@ -2,6 +2,8 @@
 
 #include <QList>
 
+#include <algorithm>
+
 namespace corvane {
 
 namespace {
@@ -33,6 +35,16 @@ bool namesRobot(const QByteArray &agent, const QByteArray &token)
 {
     const QByteArray a = agent.toLower();
     return !a.isEmpty() && a != "*" && token.toLower().startsWith(a);
+}
+
+// "Crawl-delay: 2.5" in milliseconds, within 0 and the cap; anything unreadable is 0.
+int crawlDelayOf(const QByteArray &value)
+{
+    bool ok = false;
+    const double seconds = value.toDouble(&ok);
+    if (!ok || !(seconds > 0))
+        return 0;
+    return int(std::min(seconds * 1000.0, double(RobotsRules::kMaxCrawlDelayMs)));
 }
 
 } // namespace
@@ -75,6 +87,7 @@ RobotsRules RobotsRules::parse(const QByteArray &text, const QByteArray &product
     {
         QList<QByteArray> agents;
         std::vector<Rule> rules;
+        int crawlDelayMs = 0;
     };
     std::vector<Group> groups;
     bool lastWasAgent = false;
@@ -92,6 +105,11 @@ RobotsRules RobotsRules::parse(const QByteArray &text, const QByteArray &product
             continue;
         }
         lastWasAgent = false;
+        if (!groups.empty() && line.key == "crawl-delay") {
+            groups.back().crawlDelayMs =
+                std::max(groups.back().crawlDelayMs, crawlDelayOf(line.value));
+            continue;
+        }
         if (groups.empty() || (line.key != "allow" && line.key != "disallow"))
             continue;
         if (line.value.isEmpty())
@@ -107,6 +125,7 @@ RobotsRules RobotsRules::parse(const QByteArray &text, const QByteArray &product
                 match = match || accepts(agent);
             if (!match)
                 continue;
+            result.m_crawlDelayMs = std::max(result.m_crawlDelayMs, g.crawlDelayMs);
             for (const Rule &r : g.rules) {
                 if (result.m_rules.size() >= kMaxRules)
                     return;

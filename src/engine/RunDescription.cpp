@@ -5,6 +5,8 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
+
 namespace corvane {
 
 namespace {
@@ -51,7 +53,7 @@ bool RunDescription::operator==(const RunDescription &other) const
            maxLeads == other.maxLeads && stopAfter == other.stopAfter &&
            extractEmails == other.extractEmails && filters == other.filters &&
            sameStoreSettings(store, other.store) && proxy == other.proxy &&
-           probeAddress == other.probeAddress;
+           politeness == other.politeness && probeAddress == other.probeAddress;
 }
 
 std::variant<RunDescription, RunRefusal> buildRun(const HarvestJob &job)
@@ -82,7 +84,11 @@ std::variant<RunDescription, RunRefusal> buildRun(const HarvestJob &job)
     run.keywords = job.keywords.markedTexts();
     run.startUrls = job.urlList.markedTexts();
     run.singleUrl = job.url.trimmed();
-    run.crawl = CrawlSettings{values.pageTimeoutMs(), job.profile};
+    run.crawl = CrawlSettings{values.pageTimeoutMs(), job.profile,
+                              job.profile == CrawlProfile::Modern
+                                  ? std::clamp(job.firstResultPage, 1, kMaxFirstResultPage)
+                                  : 1};
+    run.politeness = sitePolitenessOf(job);
     run.maxPages = values.maxPages;
     run.maxLeads = values.maxLeads;
     run.stopAfter = values.stopAfter;

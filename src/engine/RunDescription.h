@@ -37,6 +37,7 @@ struct RunDescription
     UserLeadFilters filters;
     PageStoreSettings store; // store.buildKnowledgeBase false: nothing else in it counts
     ProxySettings proxy;
+    SitePoliteness politeness; // the modern profile's pace per site (sitePolitenessOf)
     QUrl probeAddress;
 
     bool operator==(const RunDescription &other) const;

@@ -52,6 +52,68 @@ void SearchEnginesSource::requestResultPage(CrawlActions &crawl, const QString &
         crawl.DownloadNextPage(url);
 }
 
+void KeywordPagesSource::step(CrawlActions &crawl)
+{
+    // Pages still out may bring main pages, or be the result page to judge: their arrival
+    // brings the next step.
+    if (crawl.pendingDownloads() > 0)
+        return;
+    if (!m_engineActive) {
+        if (const auto engine = crawl.takeSelectedEngine()) {
+            crawl.setCurrentMainUrl(engine->address);
+            m_engineNumber = engine->number;
+        }
+        m_engineActive = true;
+    }
+    // The three kinds of page have their own slots, so a step may start all three.
+    const bool mainPages = crawl.mainQueueSize() > 0;
+    if (mainPages)
+        crawl.DownloadMainPages();
+    // A result page is judged by the main pages it leaves, so it goes out only into an
+    // empty main-page queue.
+    const bool searching = crawl.mainQueueSize() == 0 && requestNextPage(crawl);
+    const bool linkPages = crawl.linkQueueSize() > 0;
+    if (linkPages)
+        crawl.DownloadPages();
+    if (!mainPages && !searching && !linkPages)
+        crawl.endRun(SourceEnd::SearchDone);
+}
+
+bool KeywordPagesSource::requestNextPage(CrawlActions &crawl)
+{
+    if (m_awaitingResult) {
+        m_awaitingResult = false;
+        // The flag stays set when the result page left no main page: empty, failed, or
+        // nothing on it that was not seen before. Engines repeat or empty their pages past
+        // the end, so the keyword is done.
+        if (crawl.firstPagePending())
+            nextKeyword(m_keywordRow + 1);
+        else
+            ++m_resultPage;
+    }
+    while (const auto keyword = crawl.selectedKeywordFrom(m_keywordRow)) {
+        if (keyword->index != m_keywordRow)
+            nextKeyword(keyword->index);
+        const QString url =
+            crawl.BuildQueryURL(m_resultPage, m_engineNumber, keyword->text.trimmed()).trimmed();
+        if (url.isEmpty()) { // no such page: the keyword is done
+            nextKeyword(m_keywordRow + 1);
+            continue;
+        }
+        crawl.setFirstPagePending(true);
+        crawl.DownloadNextPage(url);
+        m_awaitingResult = true;
+        return true;
+    }
+    return false;
+}
+
+void KeywordPagesSource::nextKeyword(int row)
+{
+    m_keywordRow = row;
+    m_resultPage = m_firstPage;
+}
+
 void UrlListSource::step(CrawlActions &crawl)
 {
     if (crawl.linkQueueSize() > 0) {

@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -11,6 +12,7 @@ namespace corvane {
 enum class SourceEnd {
     UrlListDone,   // "Corvane has completed the specified search."
     SingleUrlDone, // "Corvane has scanned specified URL."
+    SearchDone,    // modern search engines: "Corvane has completed the specified search."
 };
 
 inline constexpr char kUrlListDoneMessage[] = "Corvane has completed the specified search.";
@@ -92,6 +94,35 @@ private:
     int m_engineNumber = 0;
     qint16 m_resultPage = 0;
     qint16 m_keywordIndex = 0;
+};
+
+// The modern profile's search-engine source: one engine, the selected keywords one after
+// another, each from its own first result page (firstPage, from 0) until the engine has no
+// further page for it or a result page brings no new main page. Each step waits for the last
+// one's pages, then starts main pages, the next result page (once no main page is queued) and
+// link pages together, each kind in its own slots. The run ends once every keyword is done
+// and nothing is queued or out.
+class KeywordPagesSource final : public UrlSource
+{
+public:
+    void step(CrawlActions &crawl) override;
+    void setFirstPage(int firstPage) { m_firstPage = m_resultPage = std::max(0, firstPage); }
+
+    int resultPage() const { return m_resultPage; }
+    // Row of the keyword being paged through (or, once all are done, past the last).
+    int keywordRow() const { return m_keywordRow; }
+
+private:
+    // Requests the next result page; false when every keyword is done.
+    bool requestNextPage(CrawlActions &crawl);
+    void nextKeyword(int row);
+
+    bool m_engineActive = false;
+    int m_engineNumber = 0;
+    int m_firstPage = 0;
+    int m_resultPage = 0;
+    int m_keywordRow = 0;
+    bool m_awaitingResult = false; // a result page went out; judged at the next step
 };
 
 // Start URLs one by one, each followed by the pages it leads to; ends when all are used.

@@ -1,10 +1,12 @@
 #include "ui/HarvestFiltersTab.h"
 
+#include "analysis/JunkNames.h"
 #include "kb/Deletion.h"
 #include "ui/DeleteConfirmDialog.h"
 #include "ui/HarvestWidgets.h"
 #include "ui/InputDialog.h"
 #include "ui/JobListView.h"
+#include "ui/MessageDialog.h"
 
 #include <QGridLayout>
 #include <QPushButton>
@@ -16,11 +18,16 @@ using namespace harvest_widgets;
 
 namespace {
 
-// A new entry carries the list's new size as its number and is checked at once.
-void addEntry(JobList &list, const QString &text)
+// A new entry carries the list's new size as its number and is checked at once. A file
+// extension is kept in its list's form, and one listed already is checked instead.
+void addEntry(JobList &list, const QString &text, bool extension)
 {
-    const QString entry = text.trimmed();
-    if (!entry.isEmpty())
+    const QString entry = extension ? normalisedJunkExtension(text) : text.trimmed();
+    if (entry.isEmpty())
+        return;
+    if (const qsizetype row = extension ? list.texts().indexOf(entry) : -1; row >= 0)
+        list.setMarked(row, true);
+    else
         list.append(JobListEntry{entry, qint32(list.count() + 1), {}, true});
 }
 
@@ -39,6 +46,10 @@ HarvestFiltersTab::HarvestFiltersTab(HarvestJob &job, QWidget *parent)
           job.includedEmailTypes, "lstIncEmail", "cmdAddEmail1", "cmdDelEmail1",
           tr("Add Email Id Type"), tr("Delete Email Id Type"), int(InputMode::AddIncludeEmailType),
           tr("Do you wish to permanently delete selected include Email-ID types"))),
+      m_junkExtensions(
+          listEditor(job.junkExtensions, "lstJunk", "cmdAddJunk", "cmdDelJunk", tr("Add Extension"),
+                     tr("Delete Extension"), int(InputMode::AddJunkExtension),
+                     tr("Do you wish to permanently delete selected file extensions"))),
       m_excludeOption(
           named(new QRadioButton(tr("List of excluded Email Id types"), this), "optExclude0")),
       m_includeOption(
@@ -54,7 +65,10 @@ HarvestFiltersTab::HarvestFiltersTab(HarvestJob &job, QWidget *parent)
     grid->addWidget(m_includeOption, 4, 0);
     grid->addWidget(m_includedTypes.view, 5, 0);
     grid->addLayout(buttonColumn({m_includedTypes.add, m_includedTypes.remove}), 5, 1);
-    for (int listRow : {1, 3, 5}) // the three lists share the height
+    grid->addWidget(label(tr("List of junk file extensions (modern profile)"), this), 6, 0);
+    grid->addWidget(m_junkExtensions.view, 7, 0);
+    grid->addLayout(buttonColumn({m_junkExtensions.add, m_junkExtensions.remove}), 7, 1);
+    for (int listRow : {1, 3, 5, 7}) // the lists share the height
         grid->setRowStretch(listRow, 1);
     auto *next = button(this, tr("Next >>"), "cmdNext4");
     connect(next, &QPushButton::clicked, this, &HarvestFiltersTab::nextRequested);
@@ -66,6 +80,18 @@ HarvestFiltersTab::HarvestFiltersTab(HarvestJob &job, QWidget *parent)
             [this] { chooseTypeMode(EmailTypeMode::Include); });
     (job.typeMode == EmailTypeMode::Include ? m_includeOption : m_excludeOption)->setChecked(true);
     chooseTypeMode(job.typeMode);
+
+    JobList *junk = &job.junkExtensions;
+    connect(junk, &JobList::dataChanged, this, &HarvestFiltersTab::keepJunkList);
+    connect(junk, &JobList::rowsInserted, this, &HarvestFiltersTab::keepJunkList);
+    connect(junk, &JobList::rowsRemoved, this, &HarvestFiltersTab::keepJunkList);
+    connect(junk, &JobList::modelReset, this, &HarvestFiltersTab::keepJunkList);
+}
+
+void HarvestFiltersTab::keepJunkList()
+{
+    if (const std::optional<QString> problem = storeJunkExtensions(m_job.junkExtensions))
+        showErrorReport(this, QStringLiteral("lstJunk->"), *problem);
 }
 
 HarvestFiltersTab::ListEditor
@@ -78,7 +104,9 @@ HarvestFiltersTab::listEditor(JobList &list, const char *viewName, const char *a
     const InputMode inputMode = InputMode(mode);
     connect(editor.add, &QPushButton::clicked, this, [this, &list, inputMode] {
         InputOperations ops;
-        ops.set(inputMode, [&list](const QString &text) { addEntry(list, text); });
+        ops.set(inputMode, [&list, inputMode](const QString &text) {
+            addEntry(list, text, inputMode == InputMode::AddJunkExtension);
+        });
         askInput(this, inputMode, ops);
     });
     JobListView *view = editor.view;

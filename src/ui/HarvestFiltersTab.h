@@ -11,8 +11,9 @@ namespace corvane {
 
 class JobListView;
 
-// The harvest window's filters tab: excluded domains and the excluded or included e-mail
-// types, each a check-box list whose checked entries count from the next page on.
+// The harvest window's filters tab: excluded domains, the excluded or included e-mail types
+// and the modern profile's junk file extensions, each a check-box list whose checked entries
+// count from the next page on. The junk list is the data folder's: every edit is kept there.
 class HarvestFiltersTab : public QWidget
 {
     Q_OBJECT
@@ -35,11 +36,13 @@ private:
                           const char *deleteName, const QString &addCaption,
                           const QString &deleteCaption, int mode, const QString &question);
     void chooseTypeMode(EmailTypeMode mode);
+    void keepJunkList();
 
     HarvestJob &m_job;
     ListEditor m_domains;
     ListEditor m_excludedTypes;
     ListEditor m_includedTypes;
+    ListEditor m_junkExtensions;
     QRadioButton *m_excludeOption;
     QRadioButton *m_includeOption;
 };

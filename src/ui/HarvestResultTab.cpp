@@ -43,6 +43,7 @@ RunButtons runButtonsFor(CrawlState state)
     case CrawlState::Stopped:
         return {true, true, true};
     case CrawlState::EndedBySingleUrl:
+    case CrawlState::EndedBySearch:
     case CrawlState::EndedByLimit:
         return {false, true, true};
     }

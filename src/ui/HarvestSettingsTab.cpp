@@ -18,6 +18,9 @@
 #include <QGroupBox>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSpinBox>
+
+#include <algorithm>
 
 namespace corvane {
 
@@ -40,6 +43,15 @@ void bindText(QLineEdit *edit, QString &field)
 {
     QObject::connect(edit, &QLineEdit::textChanged, edit,
                      [&field](const QString &text) { field = text; });
+}
+
+QSpinBox *numberBox(QWidget *parent, const char *name, int low, int high, int &field)
+{
+    auto *box = named(new QSpinBox(parent), name);
+    box->setRange(low, high);
+    box->setValue(std::clamp(field, low, high));
+    QObject::connect(box, &QSpinBox::valueChanged, box, [&field](int value) { field = value; });
+    return box;
 }
 
 void bindCheck(QCheckBox *box, bool &field)
@@ -85,7 +97,15 @@ QWidget *HarvestSettingsTab::buildLimits()
                  crawlProfileName(m_job.profile), false);
     connect(m_profileBox, &QComboBox::currentTextChanged, this, [this](const QString &name) {
         m_job.profile = parseCrawlProfile(name).value_or(CrawlProfile::Classic);
+        enableModernFields();
     });
+    m_firstPageBox =
+        numberBox(limits, "txtFirstPage", 1, kMaxFirstResultPage, m_job.firstResultPage);
+    m_delayBox = numberBox(limits, "txtDelay", 0, kMaxSiteDelayMs, m_job.siteDelayMs);
+    m_delayBox->setSingleStep(50);
+    m_sitePagesBox = numberBox(limits, "txtSitePages", 0, kMaxSitePages, m_job.sitePageCap);
+    m_sitePagesBox->setSpecialValueText(tr("No limit"));
+    enableModernFields();
     m_probeField = named(new QLineEdit(m_job.probeAddress, limits), "txtProbe");
     m_probeField->setPlaceholderText(ConnectionProbe::configuredAddress().toString());
     bindText(m_probeField, m_job.probeAddress);
@@ -102,10 +122,17 @@ QWidget *HarvestSettingsTab::buildLimits()
     grid->addWidget(label(tr("Seconds"), limits), 3, 2);
     grid->addWidget(label(tr("Crawl Profile:"), limits), 4, 0);
     grid->addWidget(m_profileBox, 4, 1);
-    grid->addWidget(label(tr("Connection Probe:"), limits), 5, 0);
-    grid->addWidget(m_probeField, 5, 1, 1, 2);
+    grid->addWidget(label(tr("First Result Page:"), limits), 5, 0);
+    grid->addWidget(m_firstPageBox, 5, 1);
+    grid->addWidget(label(tr("Delay per Site:"), limits), 6, 0);
+    grid->addWidget(m_delayBox, 6, 1);
+    grid->addWidget(label(tr("ms"), limits), 6, 2);
+    grid->addWidget(label(tr("Pages per Site:"), limits), 7, 0);
+    grid->addWidget(m_sitePagesBox, 7, 1);
+    grid->addWidget(label(tr("Connection Probe:"), limits), 8, 0);
+    grid->addWidget(m_probeField, 8, 1, 1, 2);
     m_advancedButton = button(limits, tr("Advanced >>"), "cmdAdv");
-    grid->addWidget(m_advancedButton, 6, 2);
+    grid->addWidget(m_advancedButton, 9, 2);
     // The proxy fields count from the moment the user has seen them.
     connect(m_advancedButton, &QPushButton::clicked, this, [this] {
         m_job.proxyChosen = true;
@@ -200,6 +227,16 @@ void HarvestSettingsTab::showSearchType(SearchType type)
     m_taxonomyView->setEnabled(taxonomy);
     m_addTaxonomyButton->setEnabled(taxonomy);
     m_deleteTaxonomyButton->setEnabled(taxonomy);
+}
+
+// The first result page and the pace per site belong to the modern profile.
+void HarvestSettingsTab::enableModernFields()
+{
+    const bool modern = m_job.profile == CrawlProfile::Modern;
+    for (QWidget *field :
+         std::initializer_list<QWidget *>{m_firstPageBox, m_delayBox, m_sitePagesBox})
+        if (field)
+            field->setEnabled(modern);
 }
 
 void HarvestSettingsTab::enableKnowledgeBaseFields()

@@ -10,12 +10,14 @@ class QComboBox;
 class QGroupBox;
 class QLineEdit;
 class QPushButton;
+class QSpinBox;
 
 namespace corvane {
 
 class JobListView;
 
-// The harvest window's settings tab: the run limits, the crawl profile and connection probe,
+// The harvest window's settings tab: the run limits, the crawl profile with the modern
+// profile's first result page and pace per site, the connection probe,
 // the proxy, and what happens to fetched pages (knowledge base, favourites, taxonomy, leads).
 // Every edit goes straight into the job, which the running crawl reads at its next tick.
 class HarvestSettingsTab : public QWidget
@@ -40,6 +42,7 @@ private:
     void addTaxonomy();
     void deleteTaxonomy();
     void enableKnowledgeBaseFields();
+    void enableModernFields();
 
     HarvestJob &m_job;
     TaxonomyCatalogue m_taxonomy;
@@ -51,6 +54,9 @@ private:
     QComboBox *m_pageTimeoutBox = nullptr;
     QComboBox *m_profileBox = nullptr;
     QLineEdit *m_probeField = nullptr;
+    QSpinBox *m_firstPageBox = nullptr;
+    QSpinBox *m_delayBox = nullptr;
+    QSpinBox *m_sitePagesBox = nullptr;
     QPushButton *m_advancedButton = nullptr;
     QGroupBox *m_proxyFrame = nullptr;
     QCheckBox *m_knowledgeBaseBox = nullptr;

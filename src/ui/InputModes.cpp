@@ -1,5 +1,7 @@
 #include "ui/InputModes.h"
 
+#include "analysis/JunkNames.h"
+
 namespace corvane {
 
 std::optional<InputModeText> inputModeText(qint16 mode)
@@ -30,6 +32,10 @@ std::optional<InputModeText> inputModeText(qint16 mode)
     case InputMode::AddTaxonomy:
         return InputModeText{
             QStringLiteral("Please enter taxonomy"), QStringLiteral("Please enter Taxonomy"), {}};
+    case InputMode::AddJunkExtension:
+        return InputModeText{QStringLiteral("Enter file extension (like png)"),
+                             QStringLiteral("Please enter file extension"),
+                             {}};
     }
     return std::nullopt;
 }
@@ -47,6 +53,12 @@ InputVerdict checkInput(qint16 mode, const QString &text)
         verdict.message =
             QStringLiteral("Please enter valid URL (like %1)").arg(exampleStartAddress());
         verdict.resetTo = QStringLiteral("http://");
+        return verdict;
+    }
+    if (static_cast<InputMode>(mode) == InputMode::AddJunkExtension &&
+        normalisedJunkExtension(text).isEmpty()) {
+        verdict.message = QStringLiteral(
+            "Please enter a file extension of up to 16 letters and digits (like png)");
         return verdict;
     }
     verdict.accepted = true;

@@ -17,6 +17,7 @@ enum class InputMode : qint16 {
     AddExcludeEmailType = 5,
     AddIncludeEmailType = 6,
     AddTaxonomy = 7,
+    AddJunkExtension = 8, // a file extension for the modern profile's junk filter
 };
 
 // The address shown in the URL prompts as an example.
@@ -56,7 +57,7 @@ public:
     bool run(qint16 mode, const QString &text) const;
 
 private:
-    std::array<Operation, 8> m_operations;
+    std::array<Operation, 9> m_operations;
 };
 
 } // namespace corvane

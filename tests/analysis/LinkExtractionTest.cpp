@@ -181,6 +181,31 @@ TEST(ResultPageLinks, EmptyResultKeepsTheFirstPagePending)
     EXPECT_EQ(modern.lstResult.texts(), QStringList({"https://s.com/p"}));
 }
 
+TEST(ResultPageLinks, ModernUnwrapsRedirectLinksBeforeTheRules)
+{
+    const QString page =
+        href("http://engine.com/url?sa=t&amp;q=http%3A%2F%2FFirm.com%2Fa%3Fp%3D1&amp;ved=9") +
+        href("/url?q=https://shop.org/&sa=U") + // relative wrapper, secure target
+        href("http://engine.com/"
+             "r?u=http%3A%2F%2Fengine.com%2Fr%3Fu%3Dhttp%253A%252F%252Fdeep.net%252F") +
+        href("http://engine.com/r?u=http%3A%2F%2Fa.com%2Fq%3Fx%2By") + // target has "+"
+        href("http://engine.com/r?u=http%3A%2F%2Fads.com%2F") +        // excluded target
+        href("http://engine.com/search?q=lamps&page=2");               // carries no address
+    AnalysisContext modern;
+    modern.profile = CrawlProfile::Modern;
+    modern.filters.excludedDomains = {QStringLiteral("ads.")};
+    PageAnalyser(modern).FetchLinks(page, QString());
+    EXPECT_EQ(modern.lstResult.texts(),
+              QStringList({"http://firm.com/a?p=1", "https://shop.org/", "http://deep.net/",
+                           "http://engine.com/search?q=lamps&page=2"}));
+
+    AnalysisContext classic;
+    classic.filters.excludedDomains = {QStringLiteral("ads.")};
+    PageAnalyser(classic).FetchLinks(page, QString());
+    EXPECT_EQ(classic.lstResult.count(), 4) << "classic lists the wrappers themselves";
+    EXPECT_TRUE(classic.lstResult.texts().first().startsWith("http://engine.com/url?"));
+}
+
 TEST(DetailPageLinks, ResolveAgainstTheSiteRoot)
 {
     AnalysisContext ctx;

@@ -191,7 +191,7 @@ public:
     QString BuildQueryURL(int resultPage, int engineNumber, const QString &keyword) override
     {
         queries << QStringLiteral("%1/%2/%3").arg(resultPage).arg(engineNumber).arg(keyword);
-        if (emptyFor.contains(keyword))
+        if (emptyFor.contains(keyword) || (lastPage >= 0 && resultPage > lastPage))
             return QStringLiteral("  ");
         return QStringLiteral("http://engine%1/q=%2&p=%3")
             .arg(engineNumber)
@@ -207,6 +207,7 @@ public:
 
     QStringList queries;
     QStringList emptyFor;
+    int lastPage = -1; // the engine's last result page; -1: no end
     QString initialFilter = QStringLiteral(".com#.net#");
     int filterReads = 0;
     bool refreshed = false;
@@ -233,8 +234,11 @@ struct CrawlRig
         return *controller;
     }
 
-    // Start, with the job's page time-out and the rig's profile.
-    void start() { crawl().Start(CrawlSettings{job.pageTimeout.toInt() * 1000, profile}); }
+    // Start, with the job's page time-out, the rig's profile and first result page.
+    void start()
+    {
+        crawl().Start(CrawlSettings{job.pageTimeout.toInt() * 1000, profile, firstResultPage});
+    }
 
     // A URL-list run with links link pages queued ("http://l/0", ...), started.
     void startUrlList(int links)
@@ -256,6 +260,7 @@ struct CrawlRig
 
     HarvestJob job;
     CrawlProfile profile = CrawlProfile::Classic;
+    int firstResultPage = 1;
     VirtualTimerSource timers;
     FakeDownloader downloader;
     FakeAnalysis analysis;

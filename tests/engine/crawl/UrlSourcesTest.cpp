@@ -2,6 +2,8 @@
 
 #include "engine/CrawlSlots.h"
 
+#include <QCoreApplication>
+
 #include <gtest/gtest.h>
 
 using namespace corvane;
@@ -183,6 +185,43 @@ TEST(UrlSources, EmptyQueryAddressMovesOnAndRestsOneStepAfterAnEmptyResultPage)
     rig.crawl().crawlStep();
     EXPECT_EQ(rig.downloader.urls().size(), 3);
     EXPECT_EQ(rig.downloader.urls().last(), QStringLiteral("http://engine1/q=second&p=3"));
+}
+
+TEST(UrlSources, ModernSearchPagesEachKeywordFromItsFirstPageAndEndsWhenAllIsDone)
+{
+    CrawlRig rig;
+    rig.profile = CrawlProfile::Modern;
+    rig.firstResultPage = 2; // page index 1
+    rig.searchList.lastPage = 2;
+    rig.job.engines.setEntries({{QStringLiteral("E"), 1, QStringLiteral("http://e/"), true}});
+    CrawlRig::fill(rig.job.keywords, {{"a", true}, {"b", false}, {"c", true}, {"d", true}});
+    QStringList pages; // every main and link page the engine's results lead to
+    for (const char *keyword : {"a", "c"}) {
+        for (int page = 1; page <= 2; ++page) {
+            const QString main = QStringLiteral("http://%1%2/").arg(keyword).arg(page);
+            rig.downloader
+                .bodies[QStringLiteral("http://engine1/q=%1&p=%2").arg(keyword).arg(page)] =
+                "links: " + main.toLatin1();
+            rig.downloader.bodies[main] =
+                "links: " + (main + "one ").toLatin1() + (main + "two").toLatin1();
+            pages << main << main + "one" << main + "two";
+        }
+    }
+    // d's first result page brings nothing: d is done.
+    rig.downloader.bodies[QStringLiteral("http://engine1/q=d&p=1")] = "no results";
+
+    rig.start();
+    for (int step = 0; step < 50 && rig.crawl().isRunning(); ++step) {
+        rig.downloader.deliverAll();
+        QCoreApplication::processEvents(); // the chained step
+    }
+    EXPECT_EQ(rig.searchList.queries,
+              (QStringList{"1/1/a", "2/1/a", "3/1/a", "1/1/c", "2/1/c", "3/1/c", "1/1/d"}));
+    for (const QString &page : pages)
+        EXPECT_TRUE(rig.downloader.urls().contains(page)) << page.toStdString();
+    EXPECT_EQ(rig.downloader.requests.size(), 5 + pages.size());
+    EXPECT_EQ(rig.crawl().state(), CrawlState::EndedBySearch);
+    EXPECT_EQ(rig.messages, QStringList{QString::fromLatin1(kUrlListDoneMessage)});
 }
 
 TEST(UrlSources, BlankAddressFilterListIsRefreshedOnceAtStart)

@@ -47,6 +47,21 @@ TEST(RobotsRulesTest, WildcardsAndEndAnchor)
     EXPECT_TRUE(robotsPatternMatches("*", ""));
 }
 
+TEST(RobotsRulesTest, CrawlDelayOfTheChosenGroupsWithinAMinute)
+{
+    const auto delay = [](const QByteArray &text) {
+        return RobotsRules::parse(text, "Corvane").crawlDelayMs();
+    };
+    EXPECT_EQ(delay("User-agent: *\nCrawl-delay: 2.5\nDisallow: /x\n"), 2500);
+    EXPECT_EQ(delay("User-agent: *\nCrawl-delay: 9\n\nUser-agent: corvane\nCrawl-Delay: 1\n"),
+              1000);
+    EXPECT_EQ(delay("User-agent: other\nCrawl-delay: 9\n"), 0);
+    EXPECT_EQ(delay("User-agent: *\nCrawl-delay: 86400\n"), RobotsRules::kMaxCrawlDelayMs);
+    for (const char *bad : {"soon", "-3", "nan", ""})
+        EXPECT_EQ(delay(QByteArray("User-agent: *\nCrawl-delay: ") + bad + "\n"), 0) << bad;
+    EXPECT_EQ(delay("Crawl-delay: 5\nUser-agent: *\nDisallow: /x\n"), 0) << "before any group";
+}
+
 TEST(RobotsRulesTest, EmptyOrBrokenFilesForbidNothing)
 {
     EXPECT_TRUE(RobotsRules::parse("", "Corvane").allowsEverything());

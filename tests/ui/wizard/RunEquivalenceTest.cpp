@@ -1,6 +1,7 @@
 // The harvest window and `corvane-cli harvest` turn the same job into the same run.
 
 #include "HarvestCommandLine.h"
+#include "analysis/JunkNames.h"
 #include "support/TestSupport.h"
 #include "ui/HarvestWindow.h"
 #include "ui/InputDialog.h"
@@ -12,6 +13,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QSpinBox>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -41,7 +43,8 @@ RunDescription runFromWindow()
         {InputMode::AddTaxonomy, {"Tools"}},
         {InputMode::AddURL, {"http://127.0.0.1:9/a/", "http://127.0.0.1:9/b/"}},
         {InputMode::AddDomain, {"spam.example"}},
-        {InputMode::AddIncludeEmailType, {"sales"}}};
+        {InputMode::AddIncludeEmailType, {"sales"}},
+        {InputMode::AddJunkExtension, {".XYZ"}}};
     setInputHook([&](InputMode mode) -> std::optional<QString> {
         return typed[mode].isEmpty() ? std::nullopt : std::optional(typed[mode].takeFirst());
     });
@@ -54,12 +57,16 @@ RunDescription runFromWindow()
     click("cmdAddDomain");
     click("optExclude1");
     click("cmdAddEmail1");
+    click("cmdAddJunk");
     setInputHook({});
     type("cmbStop", "5");
     type("cmbSearched", "300");
     type("cmbEmail", "40");
     qobject_cast<QComboBox *>(child("cmbPage"))->setCurrentText(QStringLiteral("20"));
     qobject_cast<QComboBox *>(child("cmbProfile"))->setCurrentText(QStringLiteral("modern"));
+    for (const auto &[name, value] :
+         {std::pair{"txtFirstPage", 3}, {"txtDelay", 400}, {"txtSitePages", 50}})
+        qobject_cast<QSpinBox *>(child(name))->setValue(value);
     type("txtProbe", "http://127.0.0.1:9/");
     click("cmdAdv");
     type("cmbType", "SOCKS5 Proxy");
@@ -84,6 +91,7 @@ std::variant<RunDescription, cli::HarvestSetupError> runFromFlags(const QStringL
     if (Result<void> parsed = flags.parse(args); !parsed)
         return cli::HarvestSetupError{parsed.message()};
     HarvestJob job;
+    fillJunkExtensions(job.junkExtensions); // as the command line's session does
     SearchListProvider provider;
     return flags.prepareRun(job, provider, nullptr);
 }
@@ -93,11 +101,14 @@ std::variant<RunDescription, cli::HarvestSetupError> runFromFlags(const QStringL
 TEST(RunEquivalence, WindowAndCommandLineMakeTheSameRunOfTheSameJob)
 {
     RunDescription fromWindow;
+    QList<JunkExtension> junkList; // as the filters tab kept it in the data folder
     {
         test::TempDataFolder home;
         fromWindow = runFromWindow();
+        junkList = loadJunkExtensions();
     }
     test::TempDataFolder home;
+    ASSERT_FALSE(saveJunkExtensions(junkList).has_value());
     test::writeFile(home.file(QStringLiteral("urls.txt")),
                     "http://127.0.0.1:9/a/\nhttp://127.0.0.1:9/b/\n");
     const auto fromFlags = runFromFlags({"--urls",
@@ -126,7 +137,13 @@ TEST(RunEquivalence, WindowAndCommandLineMakeTheSameRunOfTheSameJob)
                                          "http://127.0.0.1:9/",
                                          "--proxy",
                                          "socks5://127.0.0.1:40000",
-                                         "--remote-dns"});
+                                         "--remote-dns",
+                                         "--first-page",
+                                         "3",
+                                         "--delay",
+                                         "400",
+                                         "--site-pages",
+                                         "50"});
     ASSERT_TRUE(std::holds_alternative<RunDescription>(fromFlags))
         << std::get<cli::HarvestSetupError>(fromFlags).message.toStdString();
     EXPECT_TRUE(std::get<RunDescription>(fromFlags) == fromWindow);
@@ -138,7 +155,10 @@ TEST(RunEquivalence, WindowAndCommandLineMakeTheSameRunOfTheSameJob)
     EXPECT_TRUE(fromWindow.proxy.remoteDns);
     EXPECT_EQ(fromWindow.store.root, QDir::current().absoluteFilePath(QStringLiteral("kb-root")));
     EXPECT_EQ(fromWindow.store.mailGroup, 1);
-    EXPECT_EQ(fromWindow.crawl, (CrawlSettings{20000, CrawlProfile::Modern}));
+    EXPECT_EQ(fromWindow.crawl, (CrawlSettings{20000, CrawlProfile::Modern, 3}));
+    EXPECT_EQ(fromWindow.politeness, (SitePoliteness{400, true, 50, true}));
+    EXPECT_TRUE(junkList.contains(JunkExtension{QStringLiteral("xyz"), true}));
+    EXPECT_TRUE(fromWindow.filters.junkExtensions.contains(QStringLiteral("xyz")));
 }
 
 TEST(RunEquivalence, CommandLineRefusalsNameFlags)
@@ -160,4 +180,10 @@ TEST(RunEquivalence, CommandLineRefusalsNameFlags)
                     .startsWith(QLatin1String("--proxy ")));
     EXPECT_EQ(refusal({"--url", "http://x/", "--probe", "http://"}),
               QStringLiteral("--probe: \"http://\" is not a web address."));
+    EXPECT_EQ(refusal({"--url", "http://x/", "--profile", "modern", "--delay=soon"}),
+              QStringLiteral("--delay wants a whole number of milliseconds from 0 to 60000, not "
+                             "\"soon\""));
+    EXPECT_EQ(refusal({"--url", "http://x/", "--site-pages", "5"}),
+              QStringLiteral("--first-page, --delay and --site-pages belong to the modern profile "
+                             "(--profile modern)"));
 }

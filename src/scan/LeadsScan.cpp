@@ -2,9 +2,12 @@
 
 #include "analysis/PageAnalyser.h"
 #include "common/LeadFile.h"
+#include "leads/LeadDatabase.h"
+#include "leads/RunRecorder.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QJsonArray>
 
 #include <algorithm>
 #include <limits>
@@ -37,6 +40,7 @@ LeadsScan::LeadsScan(AddressFilterList addressFilters, QObject *parent)
 LeadsScan::~LeadsScan()
 {
     m_scanner.Cancel();
+    endRecording(kRunStoppedMessage);
 }
 
 QString LeadsScan::leadCountText() const
@@ -73,6 +77,7 @@ Result<void> LeadsScan::startFileScan(const QString &path)
         return fail(kSelectFileMessage);
     if (auto opened = openFile(path); !opened)
         return opened;
+    beginRecording({{QStringLiteral("file"), m_filePath}});
     m_active = true;
     m_tick.start();
     return {};
@@ -100,6 +105,11 @@ Result<void> LeadsScan::beginFolder(const QString &folder, const QSet<QString> &
     if (auto begun = m_scanner.begin(folder); !begun)
         return begun;
     m_walking = true;
+    QStringList sortedTypes(types.cbegin(), types.cend());
+    sortedTypes.sort();
+    beginRecording({{QStringLiteral("folder"), QFileInfo(folder).absoluteFilePath()},
+                    {QStringLiteral("types"), QJsonArray::fromStringList(sortedTypes)},
+                    {QStringLiteral("depth"), m_scanner.Scandepth()}});
     return {};
 }
 
@@ -134,6 +144,7 @@ void LeadsScan::stop()
     if (m_active) {
         m_active = false;
         m_tick.stop();
+        endRecording(kRunStoppedMessage);
         emit finished(true);
     }
 }
@@ -146,6 +157,7 @@ void LeadsScan::onTick()
         if (!advance()) {
             m_active = false;
             m_tick.stop();
+            endRecording(filesScannedText() + QLatin1Char('.'));
             emit finished(false);
             return;
         }
@@ -158,6 +170,7 @@ void LeadsScan::runToEnd()
     while (advance()) {
     }
     m_active = false;
+    endRecording(filesScannedText() + QLatin1Char('.'));
 }
 
 bool LeadsScan::advance()
@@ -206,6 +219,7 @@ Result<void> LeadsScan::openFile(const QString &path)
     if (!file->open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return fail(file->errorString());
     m_file = std::move(file);
+    m_filePath = info.absoluteFilePath();
     m_splitter =
         std::make_unique<AddressRunSplitter>([this](QByteArrayView segment) { extract(segment); });
     m_buffer.resize(m_chunkSize);
@@ -228,8 +242,48 @@ void LeadsScan::closeFile(bool completed)
 void LeadsScan::extract(QByteArrayView segment)
 {
     const int added = ExtractEmails(segment, m_filters, *m_leadSet, m_leads);
-    if (added > 0)
-        emit leadsAdded(added);
+    if (added <= 0)
+        return;
+    // The accepted leads are the list's last ones.
+    for (qsizetype row = m_leads.count() - added; row < m_leads.count(); ++row) {
+        const QString &lead = m_leads.at(row);
+        m_leadFiles.insert(lead, m_filePath);
+        if (m_recorder)
+            m_recorder->recordLead(lead, m_filePath);
+    }
+    emit leadsAdded(added);
+}
+
+std::optional<LeadSource> LeadsScan::leadSource(const QString &lead) const
+{
+    const auto found = m_leadFiles.constFind(lead);
+    if (found == m_leadFiles.cend())
+        return std::nullopt;
+    return LeadSource{*found, {}};
+}
+
+void LeadsScan::beginRecording(const QJsonObject &job)
+{
+    endRecording(kRunStoppedMessage);
+    if (!m_recordingWanted)
+        return;
+    auto started = RunRecorder::start(LeadDatabase::defaultPath(), RunKind::Scan, job);
+    if (!started) {
+        emit recordingProblem(started.message());
+        return;
+    }
+    m_recorder = std::move(started).value();
+    m_recordedRuns.push_back(m_recorder->runId());
+}
+
+void LeadsScan::endRecording(const QString &message)
+{
+    if (!m_recorder)
+        return;
+    const Result<void> ended = m_recorder->endRun(message);
+    m_recorder.reset();
+    if (!ended)
+        emit recordingProblem(ended.message());
 }
 
 void LeadsScan::removeLeads(QList<int> rows)

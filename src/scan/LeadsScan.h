@@ -4,12 +4,15 @@
 #include "analysis/TextListModel.h"
 #include "analysis/TextSet.h"
 #include "common/Result.h"
+#include "leads/LeadRecords.h"
 #include "scan/AddressRuns.h"
 #include "scan/DirScanner.h"
 #include "scan/FileTypeList.h"
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QHash>
+#include <QJsonObject>
 #include <QObject>
 #include <QSet>
 #include <QString>
@@ -18,8 +21,11 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace corvane {
+
+class RunRecorder;
 
 // The leads scan behind LeadsScanWindow: scans one file or the files of a folder tree whose
 // type is checked, lists every new address that passes the ending rule, and saves the list
@@ -31,6 +37,10 @@ namespace corvane {
 // are searched whole). A scan started with start...() runs on the event loop in short slices
 // (one chunk or one walk step at a time, about 20 ms per turn) so the window stays live and
 // stop() takes effect at once; run...() does the same work in one call.
+//
+// Each scan is a run of the lead database in the data folder: every new lead is recorded with
+// the full path of the file it was found in, and the run ends with the scan. A database that
+// cannot be written never stops the scan; it is reported once per run (recordingProblem).
 class LeadsScan : public QObject
 {
     Q_OBJECT
@@ -88,6 +98,13 @@ public:
     // The same walk with the types given here instead of the checked entries of lstExt.
     Result<void> runFolderScan(const QString &folder, const QSet<QString> &types);
 
+    // Scans are recorded unless this is turned off before they start.
+    void setRecording(bool on) { m_recordingWanted = on; }
+    // The lead database's numbers of the runs recorded so far, oldest first.
+    const std::vector<qint64> &recordedRuns() const { return m_recordedRuns; }
+    // The file a listed lead was found in, for as long as the scan object lives.
+    std::optional<LeadSource> leadSource(const QString &lead) const;
+
     // cmdStopScanningFolder (and closing the window).
     void stop();
     bool isScanning() const { return m_active; }
@@ -125,6 +142,8 @@ signals:
     void folderError(const QString &path, const QString &reason);
     // A scan started with start...() has ended (cancelled: by stop()).
     void finished(bool cancelled);
+    // The lead database cannot record the scan; the scan goes on.
+    void recordingProblem(const QString &message);
 
 private:
     Result<void> checkFolder(const QString &folder) const;
@@ -138,6 +157,8 @@ private:
     void onTick();
     void onNewFile(const QFileInfo &file);
     void extract(QByteArrayView segment);
+    void beginRecording(const QJsonObject &job);
+    void endRecording(const QString &message);
 
     AddressFilterList m_addressFilters;
     LeadFilters m_filters;
@@ -156,6 +177,12 @@ private:
     std::unique_ptr<QFile> m_file;
     std::unique_ptr<AddressRunSplitter> m_splitter;
     QByteArray m_buffer;
+    QString m_filePath; // absolute, of the open file
+
+    bool m_recordingWanted = true;
+    std::unique_ptr<RunRecorder> m_recorder;
+    std::vector<qint64> m_recordedRuns;
+    QHash<QString, QString> m_leadFiles;
 };
 
 } // namespace corvane

@@ -81,8 +81,9 @@ RunDescription runFromWindow()
 std::variant<RunDescription, cli::HarvestSetupError> runFromFlags(const QStringList &args)
 {
     cli::HarvestCommandLine flags;
-    if (Result<void> parsed = flags.parse(args); !parsed)
-        return cli::HarvestSetupError{parsed.message()};
+    // A refusal of the parser itself is on stderr; the flags here all parse.
+    if (const std::optional<int> code = flags.parse(args))
+        return cli::HarvestSetupError{QStringLiteral("the flags do not parse"), *code};
     HarvestJob job;
     SearchListProvider provider;
     return flags.prepareRun(job, provider, nullptr);

@@ -2,6 +2,7 @@
 
 #include "ui/DeleteConfirmDialog.h"
 #include "ui/HelpWindow.h"
+#include "ui/LeadSourceHints.h"
 #include "ui/MessageDialog.h"
 #include "ui/ToolWidgets.h"
 
@@ -55,6 +56,7 @@ LeadsScanWindow::LeadsScanWindow(QWidget *parent)
     m_scanCount->setObjectName(QStringLiteral("lblscancount"));
     m_emails->setModel(&m_scan.leads());
     m_emails->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    new LeadSourceHints(m_emails, [this](const QString &lead) { return m_scan.leadSource(lead); });
     m_stopFolder->setEnabled(false);
 
     m_chooseFile = [this] {
@@ -101,6 +103,8 @@ LeadsScanWindow::LeadsScanWindow(QWidget *parent)
         QApplication::beep();
     });
     // A file or folder that cannot be read is reported and the walk goes on.
+    connect(&m_scan, &LeadsScan::recordingProblem, this,
+            [this](const QString &problem) { showMessage(this, problem); });
     connect(&m_scan, &LeadsScan::fileError, this, [this](const QString &path, const QString &why) {
         showMessage(this, tr("Error: ") + path + QLatin1Char(' ') + why);
     });

@@ -30,16 +30,6 @@ const QString kConventions = QStringLiteral(
     "errors). Data (leads, listings) go to standard output; messages and progress go to "
     "standard error.");
 
-// roff text: backslashes and hyphens escaped, no line taken for a request.
-QString roff(QString text)
-{
-    text.replace(QLatin1Char('\\'), QStringLiteral("\\e"));
-    text.replace(QLatin1Char('-'), QStringLiteral("\\-"));
-    if (text.startsWith(QLatin1Char('.')) || text.startsWith(QLatin1Char('\'')))
-        text.prepend(QStringLiteral("\\&"));
-    return text;
-}
-
 // The word after the command's own name for a subcommand's table ("list" of "leads list"),
 // empty for a command's own table.
 QString subcommandOf(const QString &command, const OptionTable &table)

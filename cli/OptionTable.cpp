@@ -68,17 +68,6 @@ QString optionSynopsis(const OptionSpec &option)
     return text;
 }
 
-// roff text: backslashes and hyphens escaped, no line taken for a request.
-QString roff(const QString &text)
-{
-    QString escaped = text;
-    escaped.replace(QLatin1Char('\\'), QStringLiteral("\\e"));
-    escaped.replace(QLatin1Char('-'), QStringLiteral("\\-"));
-    if (escaped.startsWith(QLatin1Char('.')) || escaped.startsWith(QLatin1Char('\'')))
-        escaped.prepend(QStringLiteral("\\&"));
-    return escaped;
-}
-
 QString valueProblem(const OptionSpec &option, const QString &value)
 {
     return std::visit(
@@ -112,6 +101,16 @@ QString valueProblem(const OptionSpec &option, const QString &value)
 }
 
 } // namespace
+
+QString roff(const QString &text)
+{
+    QString escaped = text;
+    escaped.replace(QLatin1Char('\\'), QStringLiteral("\\e"));
+    escaped.replace(QLatin1Char('-'), QStringLiteral("\\-"));
+    if (escaped.startsWith(QLatin1Char('.')) || escaped.startsWith(QLatin1Char('\'')))
+        escaped.prepend(QStringLiteral("\\&"));
+    return escaped;
+}
 
 QString wrappedWords(const QStringList &words, qsizetype width, qsizetype indent, qsizetype start)
 {

@@ -117,6 +117,10 @@ private:
     CommandSpec m_spec;
 };
 
+// Text for a manual page in roff: backslashes and hyphens escaped, no line taken for a
+// request.
+QString roff(const QString &text);
+
 // Help texts keep within this many columns.
 inline constexpr qsizetype kHelpWidth = 79;
 // words joined by blanks into lines of at most width characters (a longer word keeps a line

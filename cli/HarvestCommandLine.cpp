@@ -169,8 +169,8 @@ const OptionTable &HarvestCommandLine::optionTable()
         options.back().shownDefault = ConnectionProbe::configuredAddress().toString() +
                                       QStringLiteral("; the demo web with --demo");
         options.push_back(file("out", "FILE",
-                               "write the leads to FILE as a lead file, replacing it, instead "
-                               "of standard output"));
+                               "write the leads to FILE, replacing it, instead of standard "
+                               "output"));
         options.push_back(foundLeadsFormatOption());
         options.push_back(noRecordOption());
         return OptionTable({

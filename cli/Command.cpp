@@ -218,7 +218,7 @@ int writeFoundLeads(const QString &format, const std::vector<qint64> &runs,
     QFile standardOutput;
     if (!standardOutput.open(stdout, QIODevice::WriteOnly))
         return failure(standardOutput.errorString());
-    const Result<qint64> written = writeLeads(
+    const Result<qint64> written = writeEachSelection(
         db.value(), selections, leadFormatNamed(format).value_or(csvFormat()), standardOutput);
     return written ? kExitOk : failure(written.message());
 }

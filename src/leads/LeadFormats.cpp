@@ -265,8 +265,8 @@ Result<qint64> writeLeads(LeadDatabase &db, const LeadSelection &selection,
     return count;
 }
 
-Result<qint64> writeLeads(LeadDatabase &db, const std::vector<LeadSelection> &selections,
-                          LeadOutputFormat format, QIODevice &out)
+Result<qint64> writeEachSelection(LeadDatabase &db, const std::vector<LeadSelection> &selections,
+                                  LeadOutputFormat format, QIODevice &out)
 {
     if (selections.empty()) {
         if (out.write(format.header) != format.header.size())
@@ -293,7 +293,7 @@ Result<qint64> writeLeadsToFile(LeadDatabase &db, const std::vector<LeadSelectio
     };
     if (!file.open(QIODevice::WriteOnly))
         return problem(file.errorString());
-    const Result<qint64> count = writeLeads(db, selections, format, file);
+    const Result<qint64> count = writeEachSelection(db, selections, format, file);
     if (!count)
         return problem(count.message());
     if (!file.commit())

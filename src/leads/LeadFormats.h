@@ -51,8 +51,8 @@ Result<qint64> writeLeads(LeadDatabase &db, const LeadSelection &selection,
                           const LeadOutputFormat &format, QIODevice &out);
 
 // The leads of each selection in turn under one header; returns how many.
-Result<qint64> writeLeads(LeadDatabase &db, const std::vector<LeadSelection> &selections,
-                          LeadOutputFormat format, QIODevice &out);
+Result<qint64> writeEachSelection(LeadDatabase &db, const std::vector<LeadSelection> &selections,
+                                  LeadOutputFormat format, QIODevice &out);
 
 // The same to the file at path, replaced whole or left as it was. The message names the file.
 Result<qint64> writeLeadsToFile(LeadDatabase &db, const std::vector<LeadSelection> &selections,

@@ -304,7 +304,7 @@ QString subcommandHelp(const QString &command, const QString &summary,
 {
     QString text =
         QStringLiteral("usage: corvane-cli %1 SUBCOMMAND [OPTIONS]\n\n%2\n\nSubcommands:\n")
-            .arg(command, summary);
+            .arg(command, wrapped(summary, kHelpWidth, 0, 0));
     for (const OptionTable *table : subcommands)
         text += QStringLiteral("  %1\n      %2\n")
                     .arg(wrappedWords(table->usageWords(), kHelpWidth, 4, 2),

@@ -1,12 +1,17 @@
-// corvane-cli scan PATH... [--types .txt,.htm] [--depth N] [--out FILE]
+// corvane-cli scan PATH... [--types .txt,.htm] [--depth N] [--out FILE] [--sources]
 //
 // Extracts leads from files and folder trees as the leads scan window does: a file named
 // on the command line is read whatever its type; the files of a folder are read when their
-// type is listed (--types, else the stored list of the leads scan; ".***" means every
-// file). Leads that pass the ending rule are printed one per line in order of discovery, or
-// written as a lead file with --out (exactly that file, replaced if it exists). Files and
-// folders that cannot be read are reported on stderr and the scan goes on; the exit code is
-// then 1.
+// type is listed (--types, else the checked types of the leads scan's stored list; ".***"
+// means every file; a type is four characters, or one of the document types such as .docx
+// and .warc.gz, which match the end of a name). Each file is read by its content: web
+// archives, gzip files, office documents and PDF give their text, any other file its raw
+// bytes. Leads that pass the ending rule are
+// printed one per line in order of discovery (with --sources followed by a tab and where the
+// lead was found: the file, or the archived page's address), or written as a lead file with
+// --out (exactly that file, replaced if it exists). Files and folders that cannot be read,
+// and documents read only in part, are reported on stderr and the scan goes on; the exit
+// code is then 1.
 
 #include "Command.h"
 
@@ -49,6 +54,9 @@ const OptionTable &scanTable()
                      .help = QStringLiteral("write the leads to FILE, replacing it, instead of "
                                             "standard output"),
                      .kind = FileValue{}},
+                    {.name = QStringLiteral("sources"),
+                     .help = QStringLiteral("with --format text on standard output, print where "
+                                            "each lead was found after a tab")},
                     foundLeadsFormatOption(),
                     noRecordOption()},
         .examples = {QStringLiteral("scan --types .txt,.htm --out leads.csv ~/Documents"),
@@ -78,7 +86,7 @@ int runScan(const OptionValues &options)
         for (const QString &entry :
              options.value(QStringLiteral("types")).split(QLatin1Char(','))) {
             const QString type = entry.trimmed();
-            if (type.size() != 4)
+            if (type.size() != 4 && !FileTypeList::kDocumentTypes.contains(type))
                 return usageError(
                     QStringLiteral("--types: \"%1\": %2").arg(type, FileTypeList::kLengthMessage));
             types.insert(type);
@@ -104,10 +112,17 @@ int runScan(const OptionValues &options)
                              : QStringLiteral("no such file or folder"));
     }
 
-    if (const int written =
-            writeFoundLeads(options.value(QStringLiteral("format")), scan.recordedRuns(),
-                            scan.leads().texts(), options.value(QStringLiteral("out")));
-        written != kExitOk)
+    if (options.isSet(QStringLiteral("sources")) && !options.isSet(QStringLiteral("out")) &&
+        options.value(QStringLiteral("format")) == QLatin1String("text")) {
+        const QStringList leads = scan.leads().texts();
+        QString text;
+        for (qsizetype row = 0; row < leads.size(); ++row)
+            text += leads[row] + QLatin1Char('\t') + scan.leadSource(row) + QLatin1Char('\n');
+        writeOut(text);
+    } else if (const int written =
+                   writeFoundLeads(options.value(QStringLiteral("format")), scan.recordedRuns(),
+                                   scan.leads().texts(), options.value(QStringLiteral("out")));
+               written != kExitOk)
         return written;
     return complete ? kExitOk : kExitFailed;
 }

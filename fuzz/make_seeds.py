@@ -1,13 +1,17 @@
 #!/usr/bin/env python3
 """Writes the generated seeds of the fuzz corpus: workbooks (.xlsx and .xls built here byte
-by byte) and scrambled .qdx record files. The text seeds are kept as plain files.
+by byte), scrambled .qdx record files, web archives, office documents and PDF files. The text
+seeds are kept as plain files.
 
-    fuzz/make_seeds.py      (rewrites fuzz/corpus/workbook/*.xls*, fuzz/corpus/record_files/*)
+    fuzz/make_seeds.py      (rewrites fuzz/corpus/workbook/*.xls*, fuzz/corpus/record_files/*,
+                             fuzz/corpus/warc/*, fuzz/corpus/office_text/*, fuzz/corpus/pdf_text/*)
 """
 import io
 import os
+import gzip
 import struct
 import zipfile
+import zlib
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 
@@ -151,7 +155,119 @@ def xls_seeds():
     write("workbook", "number_first.xls", compound_file(xls_stream([3.5, "a@b.c"])))
 
 
+# ---- web archives: WARC records, plain or gzip ---------------------------------------------
+
+def warc_record(kind, uri, block, extra=b""):
+    head = b"WARC/1.1\r\nWARC-Type: " + kind + b"\r\n"
+    if uri:
+        head += b"WARC-Target-URI: " + uri + b"\r\n"
+    return head + extra + b"Content-Length: %d\r\n\r\n" % len(block) + block + b"\r\n\r\n"
+
+
+def warc_seeds():
+    page = b"<html><title>Home</title>write to ann@firm.com</html>"
+    packed = gzip.compress(page)
+    chunked = b"".join(b"%x\r\n" % len(packed[i:i + 16]) + packed[i:i + 16] + b"\r\n"
+                       for i in range(0, len(packed), 16)) + b"0\r\n\r\n"
+    records = [
+        warc_record(b"warcinfo", b"", b"software: seed\r\n",
+                    b"Content-Type: application/warc-fields\r\n"),
+        warc_record(b"request", b"http://a.test/", b"GET / HTTP/1.1\r\nHost: a.test\r\n\r\n"),
+        warc_record(b"response", b"http://a.test/",
+                    b"HTTP/1.1 200 OK\r\nContent-Type: text/html\r\n\r\n" + page,
+                    b"Content-Type: application/http;msgtype=response\r\n"),
+        warc_record(b"response", b"<http://b.test/>",
+                    b"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n"
+                    b"Content-Encoding: gzip\r\n\r\n" + chunked),
+        warc_record(b"resource", b"file:///c.txt", b"cy@c.test\n"),
+    ]
+    write("warc", "plain.warc", b"".join(records))
+    write("warc", "per_record.warc.gz", b"".join(gzip.compress(r) for r in records))
+    write("warc", "whole.warc.gz", gzip.compress(b"".join(records)))
+    write("warc", "deflate_body.warc",
+          warc_record(b"response", b"http://d.test/", b"HTTP/1.0 404 Not Found\r\n"
+                      b"Content-Encoding: deflate\r\n\r\n" + zlib.compress(page)))
+
+
+# ---- office documents: zip archives of XML parts -------------------------------------------
+
+def zipped(parts):
+    data = io.BytesIO()
+    with zipfile.ZipFile(data, "w", zipfile.ZIP_DEFLATED) as archive:
+        for name, content in parts:
+            archive.writestr(name, content)
+    return data.getvalue()
+
+
+def office_seeds():
+    write("office_text", "words.docx", zipped([
+        ("[Content_Types].xml", b"<Types/>"),
+        ("word/document.xml", b'<w:document xmlns:w="urn:w"><w:body><w:p><w:r><w:t>jo</w:t>'
+                              b"</w:r><w:r><w:t>hn@firm.com&amp;&#64;</w:t></w:r></w:p><w:p><w:del>"
+                              b"<w:r><w:delText>old@firm.com</w:delText></w:r></w:del><w:r>"
+                              b"<w:tab/><w:t><![CDATA[cd@firm.com]]></w:t></w:r></w:p>"
+                              b"</w:body></w:document>"),
+        ("word/header1.xml", b"<w:hdr><w:p><w:r><w:t>head@firm.com</w:t></w:r></w:p></w:hdr>")]))
+    write("office_text", "sheet.xlsx", zipped([
+        ("xl/workbook.xml", b"<workbook/>"),
+        ("xl/sharedStrings.xml", b"<sst><si><r><t>ri</t></r><r><t>ch@firm.com</t></r><rPh><t>x"
+                                 b"</t></rPh></si></sst>"),
+        ("xl/worksheets/sheet1.xml", b'<worksheet><sheetData><row><c t="inlineStr"><is><t>'
+                                     b"in@firm.com</t></is></c></row></sheetData></worksheet>")]))
+    write("office_text", "text.odt", zipped([
+        ("mimetype", b"application/vnd.oasis.opendocument.text"),
+        ("content.xml", b"<office:text><text:tracked-changes><text:p>gone@firm.com</text:p>"
+                        b"</text:tracked-changes><text:p>odt@<text:span>firm.com</text:span>"
+                        b"<text:s/>more</text:p></office:text>"),
+        ("styles.xml", b"<style:footer><text:p>foot@firm.com</text:p></style:footer>")]))
+    write("office_text", "slides.pptx", zipped([
+        ("ppt/presentation.xml", b"<p:presentation/>"),
+        ("ppt/slides/slide1.xml", b"<p:sld><a:p><a:r><a:t>slide@firm.com</a:t></a:r></a:p>"
+                                  b"<!-- note --></p:sld>")]))
+
+
+# ---- PDF: objects, a cross-reference table, flate-compressed page contents -----------------
+
+def pdf(pages):
+    objects = [b"<< /Type /Catalog /Pages 2 0 R >>", b"",
+               b"<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>"]
+    kids = b""
+    for text in pages:
+        number = len(objects) + 1
+        kids += b"%d 0 R " % number
+        content = zlib.compress(b"BT /F1 12 Tf 72 712 Td (" + text + b") Tj ET")
+        objects.append(b"<< /Type /Page /Parent 2 0 R /MediaBox [0 0 612 792] /Contents %d 0 R "
+                       b"/Resources << /Font << /F1 3 0 R >> >> >>" % (number + 1))
+        objects.append(b"<< /Length %d /Filter /FlateDecode >>\nstream\n" % len(content) +
+                       content + b"\nendstream")
+    objects[1] = b"<< /Type /Pages /Kids [" + kids + b"] /Count %d >>" % len(pages)
+    out = b"%PDF-1.4\n"
+    offsets = []
+    for index, body in enumerate(objects):
+        offsets.append(len(out))
+        out += b"%d 0 obj\n" % (index + 1) + body + b"\nendobj\n"
+    xref = len(out)
+    out += b"xref\n0 %d\n0000000000 65535 f \n" % (len(objects) + 1)
+    out += b"".join(b"%010d 00000 n \n" % offset for offset in offsets)
+    out += b"trailer\n<< /Size %d /Root 1 0 R >>\nstartxref\n%d\n%%%%EOF\n" % (
+        len(objects) + 1, xref)
+    return out
+
+
+def pdf_seeds():
+    write("pdf_text", "one_page.pdf", pdf([b"mail ann@firm.com"]))
+    write("pdf_text", "two_pages.pdf", pdf([b"first@page.com", b"second@page.com"]))
+    # A cross-reference table that points nowhere: readers rebuild it from the objects.
+    broken = bytearray(pdf([b"rebuilt@firm.com"]))
+    at = broken.index(b"startxref\n") + len(b"startxref\n")
+    broken[at:at + 3] = b"999"
+    write("pdf_text", "bad_xref.pdf", bytes(broken))
+
+
 if __name__ == "__main__":
     record_seeds()
     xlsx_seeds()
     xls_seeds()
+    warc_seeds()
+    office_seeds()
+    pdf_seeds()

@@ -42,6 +42,8 @@ while written < size:
     start = base.find(b"\n", rng.randrange(0, max(1, len(base) - length))) + 1
     end = max(base.rfind(b"\n", start, start + length) + 1, start)
     data = base[start:end]
+    if not data:
+        break  # the rest is shorter than a line
     if ext == ".bin":
         # Binary runs between pieces of text; NUL-led, like office documents.
         parts = []

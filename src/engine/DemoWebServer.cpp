@@ -1,5 +1,7 @@
 #include "engine/DemoWebServer.h"
 
+#include "common/HttpStatus.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -35,30 +37,6 @@ QByteArray contentTypeFor(const QString &path)
     if (suffix == QLatin1String("jpg") || suffix == QLatin1String("jpeg"))
         return "image/jpeg";
     return "application/octet-stream";
-}
-
-QByteArray reasonFor(int status)
-{
-    switch (status) {
-    case 200:
-        return "OK";
-    case 301:
-        return "Moved Permanently";
-    case 302:
-        return "Found";
-    case 400:
-        return "Bad Request";
-    case 403:
-        return "Forbidden";
-    case 404:
-        return "Not Found";
-    case 500:
-        return "Internal Server Error";
-    case 503:
-        return "Service Unavailable";
-    default:
-        return "Status";
-    }
 }
 
 } // namespace
@@ -127,7 +105,7 @@ public:
                  const QList<QByteArray> &extraHeaders = {}) override
     {
         const bool close = m_close;
-        QByteArray out = "HTTP/1.1 " + QByteArray::number(status) + ' ' + reasonFor(status) +
+        QByteArray out = "HTTP/1.1 " + QByteArray::number(status) + ' ' + httpReasonPhrase(status) +
                          "\r\nContent-Type: " + type +
                          "\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n";
         for (const QByteArray &h : extraHeaders)

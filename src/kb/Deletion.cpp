@@ -3,6 +3,7 @@
 #include "kb/KnowledgeBaseLayout.h"
 #include "kb/RecordFile.h"
 #include "kb/ScrambleLine.h"
+#include "kb/SearchIndex.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -178,6 +179,7 @@ void deleteKnowledgeBase(const KnowledgeBaseDeletion &request, DeletionOutcome &
         outcome.problems.append(QStringLiteral("The knowledge base folder was kept"));
         return;
     }
+    SearchIndexUpdate::knowledgeBaseRemoved(number);
     if (!folderBelongs) {
         outcome.problems.append(folderProblem);
         return;
@@ -222,7 +224,26 @@ Result<void> removeKeywordFolder(const QString &knowledgeBaseFolder,
             RecordFile::rewriteStoredLines(CatalogueFiles::kbKeywords(), *keywords);
         !written)
         return written;
+    SearchIndexUpdate::termRemoved(keyword.owner, keyword.term);
     return DeleteKBFiles(*folder);
+}
+
+Result<void> deletePageRow(RecordCursor &cursor, int row, qint32 knowledgeBase, const QString &term)
+{
+    // The page number is read before the row goes.
+    std::optional<qint32> page;
+    if (Result<QString> stored = cursor.GetDataFromRow(row)) {
+        if (Result<QString> text = ScrambleLine(QStringView(*stored))) {
+            if (Result<KnowledgeBaseLayout::IndexRecord> record =
+                    KnowledgeBaseLayout::parseIndexRecord(*text))
+                page = record->page;
+        }
+    }
+    if (Result<void> deleted = cursor.DeleteRow(row); !deleted)
+        return deleted;
+    if (page)
+        SearchIndexUpdate::pageRemoved(knowledgeBase, term, *page);
+    return {};
 }
 
 DeletionOutcome carryOut(const Deletion &deletion)
@@ -330,6 +351,7 @@ Result<void> MailGroupDeletion::deleteKnowledgeBases(const QList<qint32> &knowle
                 RecordFile::rewriteStoredLines(CatalogueFiles::kbMailGroups(), m_kbLines);
             !written)
             return failed(written.message());
+        SearchIndexUpdate::knowledgeBaseRemoved(item.number);
     }
     if (!knowledgeBases().isEmpty() || m_selected == 0)
         return {};

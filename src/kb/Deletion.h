@@ -3,6 +3,7 @@
 #include "common/Result.h"
 #include "kb/Catalogues.h"
 #include "kb/KnowledgeBaseCatalogue.h"
+#include "kb/RecordCursor.h"
 
 #include <QList>
 #include <QString>
@@ -51,8 +52,8 @@ struct KeywordDeletion
 };
 
 // One knowledge base, as the viewer lists it: its records in both knowledge-base
-// catalogues, then its folder, which must be the one the catalogue records for it and a
-// knowledge-base folder by KnowledgeBaseLayout's rule.
+// catalogues and its pages in the search index, then its folder, which must be the one the
+// catalogue records for it and a knowledge-base folder by KnowledgeBaseLayout's rule.
 struct KnowledgeBaseDeletion
 {
     qint32 number = 0;
@@ -102,11 +103,16 @@ Step stepFor(int indexRows, int keywordCount);
 } // namespace PageDeletion
 
 // The removal of a keyword whose last page was deleted: drops the KBKeyword.qdx records of
-// that keyword-folder number (other lines stay as stored), then the keyword folder with
-// everything in it. Refused when the term does not name a folder inside the knowledge base;
-// the folder stays when the catalogue cannot be rewritten.
+// that keyword-folder number (other lines stay as stored) and its pages from the search
+// index, then the keyword folder with everything in it. Refused when the term does not name a
+// folder inside the knowledge base; the folder stays when the catalogue cannot be rewritten.
 Result<void> removeKeywordFolder(const QString &knowledgeBaseFolder,
                                  const KeywordFolderRecord &keyword);
+
+// Delete Page with rows to spare: the row goes from the keyword's index.qdx with its page
+// file (RecordCursor::DeleteRow), and the page from the search index.
+Result<void> deletePageRow(RecordCursor &cursor, int row, qint32 knowledgeBase,
+                           const QString &term);
 
 // Test seam: the folder remover DeleteKBFiles uses (std::filesystem::remove_all by default).
 using FolderRemover = std::function<std::error_code(const QString &folder)>;
@@ -136,11 +142,11 @@ public:
     // lstKB for the selected mail group.
     QList<KnowledgeBaseItem> knowledgeBases() const;
 
-    // cmdDel: deletes the chosen knowledge bases (folders, records); when the mail group has
-    // none left, also the mail group and its keywords. A refused folder deletion fails with
-    // kFileInUseMessage, anything else with "DelMailGroup->" + description (a record naming
-    // no knowledge-base folder included); the operation stops there and files rewritten
-    // before stay rewritten.
+    // cmdDel: deletes the chosen knowledge bases (folders, records, indexed pages); when the
+    // mail group has none left, also the mail group and its keywords. A refused folder
+    // deletion fails with kFileInUseMessage, anything else with "DelMailGroup->" +
+    // description (a record naming no knowledge-base folder included); the operation stops
+    // there and files rewritten before stay rewritten.
     Result<void> deleteKnowledgeBases(const QList<qint32> &knowledgeBaseNumbers);
 
 private:

@@ -85,19 +85,30 @@ QString indexRecordText(qint32 page, const QString &address)
     return QString::number(page) + QStringLiteral("##") + address;
 }
 
+Result<QList<IndexRow>> readIndex(const QString &keywordFolder)
+{
+    Result<QList<RecordFile::Line>> lines =
+        RecordFile::readRecords(QDir(keywordFolder).filePath(QLatin1String(kIndexFileName)));
+    if (!lines)
+        return lines.error();
+    QList<IndexRow> rows;
+    for (const RecordFile::Line &line : *lines) {
+        if (!line.text)
+            continue;
+        if (Result<IndexRecord> record = parseIndexRecord(*line.text))
+            rows.append({line.row, std::move(record).value()});
+    }
+    return rows;
+}
+
 Result<qint32> highestPageNumber(const QString &keywordFolder)
 {
     qint32 highest = 0;
-    Result<QList<RecordFile::Line>> rows =
-        RecordFile::readRecords(QDir(keywordFolder).filePath(QLatin1String(kIndexFileName)));
+    Result<QList<IndexRow>> rows = readIndex(keywordFolder);
     if (!rows)
         return rows.error();
-    for (const RecordFile::Line &row : *rows) {
-        if (!row.text)
-            continue;
-        if (Result<IndexRecord> record = parseIndexRecord(*row.text))
-            highest = std::max(highest, record->page);
-    }
+    for (const IndexRow &row : *rows)
+        highest = std::max(highest, row.record.page);
     const QStringList pages = QDir(keywordFolder).entryList({QStringLiteral("*.htm")}, QDir::Files);
     for (const QString &file : pages) {
         if (const std::optional<qint32> page = parsePageNumber(QStringView(file).chopped(4)))

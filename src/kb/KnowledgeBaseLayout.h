@@ -3,6 +3,7 @@
 #include "common/Result.h"
 #include "kb/KnowledgeBaseCatalogue.h"
 
+#include <QList>
 #include <QString>
 #include <QStringView>
 
@@ -45,6 +46,15 @@ QString indexRecordText(qint32 page, const QString &address);
 // "12" -> 12: plain decimal digits of a number that fits 32 bits, nothing else (no sign,
 // spaces or separators), so a page number always names a file inside its folder.
 std::optional<qint32> parsePageNumber(QStringView text);
+
+// The readable records of a keyword folder's index.qdx in file order, each with its row
+// (from 1); damaged rows are passed over. A missing index has none.
+struct IndexRow
+{
+    int row = 0;
+    IndexRecord record;
+};
+Result<QList<IndexRow>> readIndex(const QString &keywordFolder);
 
 // The highest page number in use in a keyword folder: in its index and among its N.htm
 // files (a page written just before a crash may have no record yet). 0 for none.

@@ -144,12 +144,15 @@ std::optional<QString> pageTitle(const QByteArray &html)
         bytes.indexOf(QLatin1StringView("</TITLE>"), start, Qt::CaseInsensitive);
     if (close < 0)
         return std::nullopt;
-    const QByteArrayView title = QByteArrayView(html).sliced(start, close - start);
-    if (!QByteArrayView(html).isValidUtf8())
-        return fromCp1252(title);
-    // A byte-order mark is dropped at the start of a page only, never inside it.
+    return decodePageBytes(html, QByteArrayView(html).sliced(start, close - start));
+}
+
+QString decodePageBytes(QByteArrayView page, QByteArrayView part)
+{
+    if (!page.isValidUtf8())
+        return fromCp1252(part);
     QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
-    return utf8.decode(title);
+    return utf8.decode(part);
 }
 
 Result<void> checkKnowledgeBaseNames(const QString &root, const QString &baseName,

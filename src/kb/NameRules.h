@@ -2,6 +2,7 @@
 
 #include "common/Result.h"
 
+#include <QByteArrayView>
 #include <QString>
 #include <QStringList>
 #include <QStringView>
@@ -49,5 +50,9 @@ QString siteOfAddress(const QString &address);
 // tag is missing. Pages arrive as bytes in whatever encoding the site used: a page that is
 // UTF-8 throughout is read as UTF-8, any other as Windows-1252.
 std::optional<QString> pageTitle(const QByteArray &html);
+
+// part of page as text by that rule: UTF-8 (a byte-order mark at its start dropped) when the
+// whole page is UTF-8, else Windows-1252.
+QString decodePageBytes(QByteArrayView page, QByteArrayView part);
 
 } // namespace corvane

@@ -50,6 +50,10 @@ Result<void> makeFolder(const QString &path)
     return fail(QStringLiteral("Cannot create the folder %1").arg(QDir::toNativeSeparators(path)));
 }
 
+// A harvest stores pages on the window's thread: it never waits long for the search index,
+// which a rebuild may hold for minutes.
+constexpr int kIndexBusyTimeoutMs = 500;
+
 // Page files are written under a temporary name first and renamed once complete.
 const QString kTemporaryPagePattern = QStringLiteral(".page-XXXXXX.tmp");
 
@@ -243,6 +247,37 @@ Result<int> PageStore::writePageFile(const QString &keywordFolder, const QByteAr
                     .arg(QDir::toNativeSeparators(keywordFolder)));
 }
 
+void PageStore::openSearchIndex()
+{
+    if (m_searchIndex || m_indexingStopped)
+        return;
+    Result<SearchIndex> index = SearchIndex::open(SearchIndex::defaultPath(), kIndexBusyTimeoutMs);
+    if (index)
+        m_searchIndex.emplace(std::move(index).value());
+    else
+        stopIndexing(index.error());
+}
+
+void PageStore::indexPage(const IndexedPage &page, const QByteArray &html)
+{
+    if (!m_searchIndex)
+        return;
+    if (Result<void> added =
+            m_searchIndex->addPage(page, pageTitle(html).value_or(QString()), html);
+        !added)
+        stopIndexing(added.error());
+}
+
+void PageStore::stopIndexing(const Error &error)
+{
+    m_searchIndex.reset();
+    m_indexingStopped = true;
+    SearchIndex::markStale();
+    m_problems.append(
+        prefixed("SearchIndex->", error.message + QStringLiteral("; it will be rebuilt before "
+                                                                 "the next search")));
+}
+
 Result<int> PageStore::SavePage(const QString &address, const QString &term, const QByteArray &html)
 {
     const auto failed = [](const QString &description) {
@@ -256,6 +291,9 @@ Result<int> PageStore::SavePage(const QString &address, const QString &term, con
     if (Result<void> valid = checkFolderName(term, QStringLiteral("Taxonomy term")); !valid)
         return failed(valid.message());
 
+    // Opened before a new knowledge base is recorded, so that a new index knows whether
+    // knowledge bases it lacks were there before it.
+    openSearchIndex();
     const QString kbFolder = knowledgeBaseFolder(name);
     const QString keywordFolder = joinPath(kbFolder, term);
     if (Result<void> ready = prepareKeywordFolder(name, kbFolder, term, keywordFolder); !ready)
@@ -277,6 +315,7 @@ Result<int> PageStore::SavePage(const QString &address, const QString &term, con
         !added)
         return failed(added.message());
     ++m_pageCounter;
+    indexPage({m_kbNumber, name, term.trimmed(), *page, stored}, html);
     return page;
 }
 

@@ -2,6 +2,7 @@
 
 #include "common/Result.h"
 #include "kb/KnowledgeBaseCatalogue.h"
+#include "kb/SearchIndex.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -50,7 +51,7 @@ struct SaveOutcome
 // name within the same minute, or a restart): page numbers then go on after the highest one
 // in use in the keyword folder, and an existing page file is never replaced. Each page file
 // is complete on disk before its index record is appended, so a crash at any moment leaves
-// every listed page readable.
+// every listed page readable. Every stored page also goes into the search index.
 class PageStore
 {
 public:
@@ -109,6 +110,11 @@ private:
     Result<void> createKnowledgeBase(const QString &name, const QString &folder);
     Result<qint32> knowledgeBaseNumberFor(const QString &name, const QString &folder);
     Result<int> writePageFile(const QString &keywordFolder, const QByteArray &html);
+    // The search index follows the store; when it cannot, it is marked stale (rebuilt before
+    // the next search) and this store stops feeding it, which is reported once.
+    void openSearchIndex();
+    void indexPage(const IndexedPage &page, const QByteArray &html);
+    void stopIndexing(const Error &error);
 
     Clock m_clock;
     PageStoreSettings m_settings;
@@ -122,8 +128,11 @@ private:
     QString m_timeStamp;
     bool m_takeTimeStamp = true;
     QString m_favoritesRoot;
-    // Favourites steps that failed during one SaveTaxonomy; they never stop the page.
+    // Favourites and index steps that failed during one SaveTaxonomy; they never stop the
+    // page.
     QList<Result<void>> m_problems;
+    std::optional<SearchIndex> m_searchIndex;
+    bool m_indexingStopped = false;
 };
 
 } // namespace corvane

@@ -2,7 +2,7 @@
 
 #include "common/Result.h"
 #include "leads/LeadRecords.h"
-#include "leads/Sqlite.h"
+#include "common/Sqlite.h"
 
 #include <QString>
 

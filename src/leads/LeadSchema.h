@@ -1,7 +1,7 @@
 #pragma once
 
 #include "common/Result.h"
-#include "leads/Sqlite.h"
+#include "common/Sqlite.h"
 
 #include <span>
 

@@ -1,7 +1,7 @@
 #include "leads/RunRecorder.h"
 
 #include "leads/LeadDatabase.h"
-#include "leads/Sqlite.h"
+#include "common/Sqlite.h"
 
 #include <QDateTime>
 #include <QHash>

@@ -26,6 +26,9 @@ public:
     void feed(QByteArrayView piece);
     // Hands on what is held back; call once after the last piece.
     void finish();
+    // Drops what is held back: text that broke off (damaged data) may end inside an address,
+    // and the part before the break is no address of its own.
+    void discard() { m_carry.clear(); }
 
 private:
     SegmentSink m_sink;

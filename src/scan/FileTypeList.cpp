@@ -11,6 +11,8 @@ namespace {
 
 const QString kSection = QStringLiteral("lstExt");
 const QString kCountKey = QStringLiteral("ListCount");
+// Set once a list was stored with the document types in it.
+const QString kDocumentTypesKey = QStringLiteral("DocumentTypesOffered");
 
 // More entries than anyone types by hand; a damaged count cannot make loading endless.
 constexpr int kMaxStoredTypes = 4096;
@@ -44,6 +46,13 @@ FileTypeList FileTypeList::load()
     FileTypeList list;
     for (int i = 0; i < count; ++i)
         list.m_entries.push_back({readValue(ini, QString::number(i), kAllFiles), true});
+    if (ini.value(kSection + QLatin1Char('/') + kDocumentTypesKey).isValid())
+        return list;
+    for (const QString &type : kDocumentTypes) {
+        if (std::none_of(list.m_entries.begin(), list.m_entries.end(),
+                         [&](const Entry &e) { return e.type == type; }))
+            list.m_entries.push_back({type, false});
+    }
     return list;
 }
 
@@ -53,6 +62,7 @@ void FileTypeList::save() const
     ini.setValue(kSection + QLatin1Char('/') + kCountKey, QString::number(count()));
     for (int i = 0; i < count(); ++i)
         ini.setValue(kSection + QLatin1Char('/') + QString::number(i), m_entries[i].type);
+    ini.setValue(kSection + QLatin1Char('/') + kDocumentTypesKey, QStringLiteral("1"));
     ini.sync();
 }
 
@@ -112,7 +122,13 @@ QSet<QString> FileTypeList::checkedTypes() const
 
 bool fileTypeMatches(const QSet<QString> &checkedTypes, const QString &path)
 {
-    return checkedTypes.contains(FileTypeList::kAllFiles) || checkedTypes.contains(path.right(4));
+    if (checkedTypes.contains(FileTypeList::kAllFiles) || checkedTypes.contains(path.right(4)))
+        return true;
+    return std::any_of(FileTypeList::kDocumentTypes.begin(), FileTypeList::kDocumentTypes.end(),
+                       [&](const QString &type) {
+                           return type.size() > 4 && path.endsWith(type) &&
+                                  checkedTypes.contains(type);
+                       });
 }
 
 } // namespace corvane

@@ -29,12 +29,19 @@ public:
         QStringLiteral("Extension must be 4 characters long (including .).");
     static inline const QString kNoneCheckedMessage =
         QStringLiteral("Please select a file type to remove.");
+    // The types the scan reads by their content (DocumentText.h) rather than as raw bytes.
+    // They are offered in every list, unchecked, until the list is first stored with them;
+    // what the user removes after that stays removed. They are the only entries longer than
+    // four characters, and match the end of a file's name.
+    static inline const QStringList kDocumentTypes = {
+        QStringLiteral(".warc"), QStringLiteral(".warc.gz"), QStringLiteral(".docx"),
+        QStringLiteral(".xlsx"), QStringLiteral(".odt"),     QStringLiteral(".pdf")};
 
     // Reads the stored list; every stored type starts checked. Without a settings file the
-    // list is ".***" alone.
+    // list is ".***" alone, checked, and the document types.
     static FileTypeList load();
-    // Stores the list. Keys past the new count that an earlier, longer list left stay in
-    // the file; they are never read.
+    // Stores the list, and that the document types were offered. Keys past the new count that
+    // an earlier, longer list left stay in the file; they are never read.
     void save() const;
 
     const std::vector<Entry> &entries() const { return m_entries; }
@@ -64,7 +71,8 @@ private:
 };
 
 // Whether a folder scan reads the file: its path's last four characters are a checked type,
-// or ".***" is checked. Case-sensitive, like the stored types.
+// its name ends with a checked document type, or ".***" is checked. Case-sensitive, like the
+// stored types.
 bool fileTypeMatches(const QSet<QString> &checkedTypes, const QString &path);
 
 } // namespace corvane

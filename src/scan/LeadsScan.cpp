@@ -1,24 +1,36 @@
 #include "scan/LeadsScan.h"
 
-#include "analysis/PageAnalyser.h"
 #include "common/LeadFile.h"
 #include "leads/LeadDatabase.h"
 #include "leads/RunRecorder.h"
 
 #include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 
 #include <algorithm>
-#include <limits>
 
 namespace corvane {
 
 namespace {
 
-// Long enough to get real work done per event-loop turn, short enough that a click on
+// Long enough to list a good many leads per event-loop turn, short enough that a click on
 // the stop button is answered without a noticeable wait.
 constexpr qint64 kSliceMs = 20;
+constexpr int kProgressMs = 250;
+
+const QString kAlreadyRunning = QStringLiteral("A scan is already running.");
+
+// A file named relative to the working folder is recorded by its full path, so the record
+// still finds it later; an archived page's address stays as it is.
+QString fullSource(const QString &source)
+{
+    if (source.contains(QStringLiteral("://")) || !QDir::isRelativePath(source))
+        return source;
+    return QFileInfo(source).absoluteFilePath();
+}
 
 } // namespace
 
@@ -27,19 +39,14 @@ LeadsScan::LeadsScan(AddressFilterList addressFilters, QObject *parent)
 {
     // Only the ending rule applies to local files: no excluded domains or e-mail types, no
     // lead limit.
-    m_filters.addressFilters = std::move(addressFilters);
-    m_filters.typeMode = EmailTypeMode::Exclude;
-    m_filters.leadLimit = std::numeric_limits<qint64>::max();
-
-    connect(&m_scanner, &DirScanner::newfile, this, &LeadsScan::onNewFile);
-    connect(&m_scanner, &DirScanner::scanError, this, &LeadsScan::folderError);
-    m_tick.setInterval(0);
-    connect(&m_tick, &QTimer::timeout, this, &LeadsScan::onTick);
+    m_settings.addressFilters = std::move(addressFilters);
+    m_progressTimer.setInterval(kProgressMs);
+    connect(&m_progressTimer, &QTimer::timeout, this, &LeadsScan::reportProgress);
 }
 
 LeadsScan::~LeadsScan()
 {
-    m_scanner.Cancel();
+    m_job.reset();
     endRecording(kRunStoppedMessage);
 }
 
@@ -53,73 +60,64 @@ QString LeadsScan::filesScannedText() const
     return QString::number(m_filesScanned) + QStringLiteral(" Files Scanned");
 }
 
-Result<void> LeadsScan::runFileScan(const QString &path)
-{
-    if (auto started = startFileScan(path); !started)
-        return started;
-    m_tick.stop();
-    QString failure;
-    const auto connection =
-        connect(this, &LeadsScan::fileError,
-                [&](const QString &, const QString &reason) { failure = reason; });
-    runToEnd();
-    disconnect(connection);
-    if (!failure.isEmpty())
-        return fail(failure);
-    return {};
-}
-
-Result<void> LeadsScan::startFileScan(const QString &path)
+Result<std::unique_ptr<ScanJob>> LeadsScan::prepareFile(const QString &path)
 {
     if (m_active)
-        return fail(QStringLiteral("A scan is already running."));
+        return fail(kAlreadyRunning);
     if (path.trimmed().isEmpty())
         return fail(kSelectFileMessage);
-    if (auto opened = openFile(path); !opened)
-        return opened;
-    beginRecording({{QStringLiteral("file"), m_filePath}});
-    m_active = true;
-    m_tick.start();
-    return {};
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        return fail(info.isSymLink() ? QStringLiteral("the link points to nothing")
+                                     : QStringLiteral("the file does not exist"));
+    }
+    // Pipes and devices could block for ever or never end; only plain files hold text.
+    if (!info.isFile())
+        return fail(QStringLiteral("not a regular file"));
+    if (QFile probe(path); !probe.open(QIODevice::ReadOnly))
+        return fail(probe.errorString());
+    auto job = std::make_unique<ScanJob>(m_settings);
+    job->startFile(path);
+    m_runJob = {{QStringLiteral("file"), info.absoluteFilePath()}};
+    return job;
 }
 
-Result<void> LeadsScan::checkFolder(const QString &folder) const
+Result<std::unique_ptr<ScanJob>> LeadsScan::prepareFolder(const QString &folder,
+                                                          const QSet<QString> &types)
 {
     if (m_active)
-        return fail(QStringLiteral("A scan is already running."));
+        return fail(kAlreadyRunning);
     if (folder.isEmpty())
         return fail(kSelectFolderMessage);
     if (!QFileInfo(folder).isDir())
         return fail(kFolderMissingMessage);
-    return {};
-}
-
-Result<void> LeadsScan::beginFolder(const QString &folder, const QSet<QString> &types)
-{
-    if (auto checked = checkFolder(folder); !checked)
-        return checked;
     if (types.isEmpty())
         return fail(kSelectTypeMessage);
-    m_walkTypes = types;
+    auto job = std::make_unique<ScanJob>(m_settings);
+    if (const Result<void> started = job->startFolder(folder, types); !started)
+        return started.error();
     m_filesScanned = 0;
-    if (auto begun = m_scanner.begin(folder); !begun)
-        return begun;
-    m_walking = true;
     QStringList sortedTypes(types.cbegin(), types.cend());
     sortedTypes.sort();
-    beginRecording({{QStringLiteral("folder"), QFileInfo(folder).absoluteFilePath()},
-                    {QStringLiteral("types"), QJsonArray::fromStringList(sortedTypes)},
-                    {QStringLiteral("depth"), m_scanner.Scandepth()}});
-    return {};
+    m_runJob = {{QStringLiteral("folder"), QFileInfo(folder).absoluteFilePath()},
+                {QStringLiteral("types"), QJsonArray::fromStringList(sortedTypes)},
+                {QStringLiteral("depth"), m_settings.depth}};
+    return job;
+}
+
+Result<void> LeadsScan::runFileScan(const QString &path)
+{
+    return run(prepareFile(path));
+}
+
+Result<void> LeadsScan::startFileScan(const QString &path)
+{
+    return start(prepareFile(path));
 }
 
 Result<void> LeadsScan::startFolderScan(const QString &folder)
 {
-    if (auto begun = beginFolder(folder, m_types.checkedTypes()); !begun)
-        return begun;
-    m_active = true;
-    m_tick.start();
-    return {};
+    return start(prepareFolder(folder, m_types.checkedTypes()));
 }
 
 Result<void> LeadsScan::runFolderScan(const QString &folder)
@@ -129,161 +127,140 @@ Result<void> LeadsScan::runFolderScan(const QString &folder)
 
 Result<void> LeadsScan::runFolderScan(const QString &folder, const QSet<QString> &types)
 {
-    if (auto begun = beginFolder(folder, types); !begun)
-        return begun;
-    runToEnd();
+    return run(prepareFolder(folder, types));
+}
+
+Result<void> LeadsScan::start(Result<std::unique_ptr<ScanJob>> prepared)
+{
+    if (!prepared)
+        return prepared.error();
+    m_job = std::move(prepared).value();
+    m_active = true;
+    beginRecording();
+    // Called on a reading thread: the findings are listed on this object's thread.
+    m_job->setReadyCallback(
+        [this] { QMetaObject::invokeMethod(this, &LeadsScan::drain, Qt::QueuedConnection); });
+    m_progressTimer.start();
+    QMetaObject::invokeMethod(this, &LeadsScan::drain, Qt::QueuedConnection);
     return {};
+}
+
+Result<void> LeadsScan::run(Result<std::unique_ptr<ScanJob>> prepared)
+{
+    if (!prepared)
+        return prepared.error();
+    m_job = std::move(prepared).value();
+    m_active = true;
+    beginRecording();
+    while (m_active) {
+        std::vector<ScanBatch> batches = m_job->take(true);
+        if (batches.empty() && m_job->isDone())
+            break;
+        for (ScanBatch &batch : batches) {
+            if (!commit(batch))
+                return {};
+        }
+    }
+    m_active = false;
+    m_job.reset();
+    endRecording(filesScannedText() + QLatin1Char('.'));
+    return {};
+}
+
+void LeadsScan::drain()
+{
+    if (!m_active || !m_job)
+        return;
+    QElapsedTimer slice;
+    slice.start();
+    {
+        const TextListModel::Batch oneNotice(m_leads);
+        for (;;) {
+            if (m_pending.empty()) {
+                for (ScanBatch &batch : m_job->take(false))
+                    m_pending.push_back(std::move(batch));
+                if (m_pending.empty())
+                    break;
+            }
+            ScanBatch batch = std::move(m_pending.front());
+            m_pending.pop_front();
+            if (!commit(batch))
+                return;
+            if (slice.elapsed() >= kSliceMs) {
+                QMetaObject::invokeMethod(this, &LeadsScan::drain, Qt::QueuedConnection);
+                return;
+            }
+        }
+    }
+    if (m_job->isDone())
+        end(false);
+}
+
+bool LeadsScan::commit(ScanBatch &batch)
+{
+    int added = 0;
+    for (qsizetype i = 0; i < batch.addresses.size(); ++i) {
+        const QString lead = QString::fromLatin1(batch.addresses[i]);
+        if (m_leads.contains(lead) || m_leadSet->contains(lead))
+            continue;
+        m_leadSet->add(lead);
+        m_leads.append(lead);
+        m_sources.append(batch.sources[i]);
+        if (m_recorder)
+            m_recorder->recordLead(lead, fullSource(batch.sources[i]));
+        ++added;
+    }
+    if (added > 0)
+        emit leadsAdded(added);
+    if (!m_active)
+        return false;
+    switch (batch.end) {
+    case ScanBatch::End::None:
+        break;
+    case ScanBatch::End::Scanned:
+        if (!batch.problem.isEmpty()) {
+            emit fileError(batch.path, batch.problem);
+            if (!m_active)
+                return false;
+        }
+        ++m_filesScanned;
+        emit fileScanned(batch.path, m_filesScanned);
+        break;
+    case ScanBatch::End::FileFailed:
+        emit fileError(batch.path, batch.problem);
+        break;
+    case ScanBatch::End::FolderFailed:
+        emit folderError(batch.path, batch.problem);
+        break;
+    }
+    return m_active;
+}
+
+void LeadsScan::reportProgress()
+{
+    if (!m_job)
+        return;
+    const ScanActivity now = m_job->activity();
+    if (!now.path.isEmpty())
+        emit progress(now.path, now.bytesRead, now.size);
+}
+
+void LeadsScan::end(bool cancelled)
+{
+    m_active = false;
+    m_progressTimer.stop();
+    m_pending.clear();
+    if (m_job)
+        m_job->cancel();
+    m_job.reset();
+    endRecording(cancelled ? kRunStoppedMessage : filesScannedText() + QLatin1Char('.'));
+    emit finished(cancelled);
 }
 
 void LeadsScan::stop()
 {
-    m_scanner.Cancel();
-    m_walking = false;
-    if (m_file)
-        closeFile(false);
-    if (m_active) {
-        m_active = false;
-        m_tick.stop();
-        endRecording(kRunStoppedMessage);
-        emit finished(true);
-    }
-}
-
-void LeadsScan::onTick()
-{
-    QElapsedTimer slice;
-    slice.start();
-    while (m_active && slice.elapsed() < kSliceMs) {
-        if (!advance()) {
-            m_active = false;
-            m_tick.stop();
-            endRecording(filesScannedText() + QLatin1Char('.'));
-            emit finished(false);
-            return;
-        }
-    }
-}
-
-void LeadsScan::runToEnd()
-{
-    m_active = true;
-    while (advance()) {
-    }
-    m_active = false;
-    endRecording(filesScannedText() + QLatin1Char('.'));
-}
-
-bool LeadsScan::advance()
-{
-    if (m_file) {
-        const qint64 read = m_file->read(m_buffer.data(), m_buffer.size());
-        if (read < 0) {
-            const QString path = m_file->fileName();
-            const QString reason = m_file->errorString();
-            closeFile(false);
-            emit fileError(path, reason);
-        } else if (read == 0) {
-            closeFile(true);
-        } else {
-            m_splitter->feed(QByteArrayView(m_buffer.constData(), read));
-        }
-        return true;
-    }
-    if (m_walking) {
-        m_walking = m_scanner.step();
-        return m_walking || m_file;
-    }
-    return false;
-}
-
-void LeadsScan::onNewFile(const QFileInfo &file)
-{
-    const QString path = file.filePath();
-    if (!fileTypeMatches(m_walkTypes, path))
-        return;
-    if (auto opened = openFile(path); !opened)
-        emit fileError(path, opened.message());
-}
-
-Result<void> LeadsScan::openFile(const QString &path)
-{
-    const QFileInfo info(path);
-    if (!info.exists()) {
-        return fail(info.isSymLink() ? QStringLiteral("the link points to nothing")
-                                     : QStringLiteral("the file does not exist"));
-    }
-    // Pipes and devices could block for ever or never end; only plain files hold text.
-    if (!info.isFile())
-        return fail(QStringLiteral("not a regular file"));
-    auto file = std::make_unique<QFile>(path);
-    if (!file->open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return fail(file->errorString());
-    m_file = std::move(file);
-    m_filePath = info.absoluteFilePath();
-    m_splitter =
-        std::make_unique<AddressRunSplitter>([this](QByteArrayView segment) { extract(segment); });
-    m_buffer.resize(m_chunkSize);
-    return {};
-}
-
-void LeadsScan::closeFile(bool completed)
-{
-    if (completed)
-        m_splitter->finish();
-    const QString path = m_file->fileName();
-    m_file.reset();
-    m_splitter.reset();
-    if (completed) {
-        ++m_filesScanned;
-        emit fileScanned(path, m_filesScanned);
-    }
-}
-
-void LeadsScan::extract(QByteArrayView segment)
-{
-    const int added = ExtractEmails(segment, m_filters, *m_leadSet, m_leads);
-    if (added <= 0)
-        return;
-    // The accepted leads are the list's last ones.
-    for (qsizetype row = m_leads.count() - added; row < m_leads.count(); ++row) {
-        const QString &lead = m_leads.at(row);
-        m_leadFiles.insert(lead, m_filePath);
-        if (m_recorder)
-            m_recorder->recordLead(lead, m_filePath);
-    }
-    emit leadsAdded(added);
-}
-
-std::optional<LeadSource> LeadsScan::leadSource(const QString &lead) const
-{
-    const auto found = m_leadFiles.constFind(lead);
-    if (found == m_leadFiles.cend())
-        return std::nullopt;
-    return LeadSource{*found, {}};
-}
-
-void LeadsScan::beginRecording(const QJsonObject &job)
-{
-    endRecording(kRunStoppedMessage);
-    if (!m_recordingWanted)
-        return;
-    auto started = RunRecorder::start(LeadDatabase::defaultPath(), RunKind::Scan, job);
-    if (!started) {
-        emit recordingProblem(started.message());
-        return;
-    }
-    m_recorder = std::move(started).value();
-    m_recordedRuns.push_back(m_recorder->runId());
-}
-
-void LeadsScan::endRecording(const QString &message)
-{
-    if (!m_recorder)
-        return;
-    const Result<void> ended = m_recorder->endRun(message);
-    m_recorder.reset();
-    if (!ended)
-        emit recordingProblem(ended.message());
+    if (m_active)
+        end(true);
 }
 
 void LeadsScan::removeLeads(QList<int> rows)
@@ -291,8 +268,10 @@ void LeadsScan::removeLeads(QList<int> rows)
     std::sort(rows.begin(), rows.end(), std::greater<>());
     rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
     for (const int row : rows) {
-        if (row >= 0 && row < m_leads.count())
+        if (row >= 0 && row < m_leads.count()) {
             m_leads.removeAt(row);
+            m_sources.removeAt(row);
+        }
     }
 }
 
@@ -322,6 +301,30 @@ LeadsScan::saveLeads(const QString &chosenName,
         return written.error();
     outcome.kind = SaveOutcome::Saved;
     return outcome;
+}
+
+void LeadsScan::beginRecording()
+{
+    endRecording(kRunStoppedMessage);
+    if (!m_recordingWanted)
+        return;
+    auto started = RunRecorder::start(LeadDatabase::defaultPath(), RunKind::Scan, m_runJob);
+    if (!started) {
+        emit recordingProblem(started.message());
+        return;
+    }
+    m_recorder = std::move(started).value();
+    m_recordedRuns.push_back(m_recorder->runId());
+}
+
+void LeadsScan::endRecording(const QString &message)
+{
+    if (!m_recorder)
+        return;
+    const Result<void> ended = m_recorder->endRun(message);
+    m_recorder.reset();
+    if (!ended)
+        emit recordingProblem(ended.message());
 }
 
 } // namespace corvane

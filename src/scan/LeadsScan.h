@@ -5,13 +5,9 @@
 #include "analysis/TextSet.h"
 #include "common/Result.h"
 #include "leads/LeadRecords.h"
-#include "scan/AddressRuns.h"
-#include "scan/DirScanner.h"
 #include "scan/FileTypeList.h"
+#include "scan/ScanJob.h"
 
-#include <QElapsedTimer>
-#include <QFile>
-#include <QHash>
 #include <QJsonObject>
 #include <QObject>
 #include <QSet>
@@ -29,18 +25,19 @@ class RunRecorder;
 
 // The leads scan behind LeadsScanWindow: scans one file or the files of a folder tree whose
 // type is checked, lists every new address that passes the ending rule, and saves the list
-// as a lead file. It owns the window's state (type list, lead list, own lead set, files
-// counter) so that a window only shows it and forwards clicks; the command line drives the
-// same object.
+// as a lead file. It owns the window's state (type list, lead list with each lead's source,
+// own lead set, files counter) so that a window only shows it and forwards clicks; the
+// command line drives the same object.
 //
-// Files are read in chunks of chunkSize() bytes, whatever their size or content (binary files
-// are searched whole). A scan started with start...() runs on the event loop in short slices
-// (one chunk or one walk step at a time, about 20 ms per turn) so the window stays live and
-// stop() takes effect at once; run...() does the same work in one call.
+// The reading runs off the calling thread (ScanJob): start...() returns at once and the
+// findings arrive as signals on this object's thread, in the order of the walk; run...() does
+// the same work and returns when it is done. Files are read by their content
+// (DocumentText.h): web archives, gzip files, office documents and PDF give their text,
+// every other file its raw bytes, whatever its size or content.
 //
 // Each scan is a run of the lead database in the data folder: every new lead is recorded with
-// the full path of the file it was found in, and the run ends with the scan. A database that
-// cannot be written never stops the scan; it is reported once per run (recordingProblem).
+// where it was found, and the run ends with the scan. A database that cannot be written never
+// stops the scan; it is reported once per run (recordingProblem).
 class LeadsScan : public QObject
 {
     Q_OBJECT
@@ -72,6 +69,9 @@ public:
 
     // lstEmails, in order of discovery.
     TextListModel &leads() { return m_leads; }
+    // Where the lead in that row of lstEmails was found: the file's path, or the target URI
+    // of the archived page it came from.
+    QString leadSource(qsizetype row) const { return m_sources.value(row); }
     // The scan's own lead set; the harvest takes it over while this scan lives.
     std::shared_ptr<LeadSet> sharedLeadSet() const { return m_leadSet; }
 
@@ -80,13 +80,15 @@ public:
     QString leadCountText() const;
     QString filesScannedText() const;
 
-    void setChunkSize(qsizetype bytes) { m_chunkSize = std::max<qsizetype>(1, bytes); }
-    qsizetype chunkSize() const { return m_chunkSize; }
+    void setChunkSize(qsizetype bytes) { m_settings.chunkBytes = std::max<qsizetype>(1, bytes); }
+    qsizetype chunkSize() const { return m_settings.chunkBytes; }
     // Walk depth for folder scans: 0 = the whole tree (what the window uses).
-    void setDepth(int depth) { m_scanner.setScandepth(depth); }
+    void setDepth(int depth) { m_settings.depth = depth; }
+    DocumentLimits &documentLimits() { return m_settings.limits; }
 
     // cmdScanFile: the chosen file, whatever its type. Fails with the window's message when
-    // none is chosen, or with the reason when it cannot be read.
+    // none is chosen, or with the reason when it cannot be opened; trouble while reading it
+    // is reported through fileError.
     Result<void> runFileScan(const QString &path);
     Result<void> startFileScan(const QString &path);
 
@@ -102,8 +104,6 @@ public:
     void setRecording(bool on) { m_recordingWanted = on; }
     // The lead database's numbers of the runs recorded so far, oldest first.
     const std::vector<qint64> &recordedRuns() const { return m_recordedRuns; }
-    // The file a listed lead was found in, for as long as the scan object lives.
-    std::optional<LeadSource> leadSource(const QString &lead) const;
 
     // cmdStopScanningFolder (and closing the window).
     void stop();
@@ -136,6 +136,8 @@ public:
 signals:
     // After each file whose scan completed; filesScanned is the new counter.
     void fileScanned(const QString &path, int filesScanned);
+    // Now and then during a scan: the file being read and how far (size 0: unknown).
+    void progress(const QString &path, qint64 bytesRead, qint64 size);
     // Leads appended by the last piece of text; the process-wide lead counter grows by n.
     void leadsAdded(int n);
     void fileError(const QString &path, const QString &reason);
@@ -146,43 +148,38 @@ signals:
     void recordingProblem(const QString &message);
 
 private:
-    Result<void> checkFolder(const QString &folder) const;
-    // The folder checks in the window's order, then the walk's first step.
-    Result<void> beginFolder(const QString &folder, const QSet<QString> &types);
-    Result<void> openFile(const QString &path);
-    void closeFile(bool completed);
-    // One unit of work: a chunk of the open file, or one step of the walk. False when done.
-    bool advance();
-    void runToEnd();
-    void onTick();
-    void onNewFile(const QFileInfo &file);
-    void extract(QByteArrayView segment);
-    void beginRecording(const QJsonObject &job);
+    // The checks in the window's order, then the job, not yet running on this object.
+    Result<std::unique_ptr<ScanJob>> prepareFile(const QString &path);
+    Result<std::unique_ptr<ScanJob>> prepareFolder(const QString &folder,
+                                                   const QSet<QString> &types);
+    Result<void> start(Result<std::unique_ptr<ScanJob>> prepared);
+    Result<void> run(Result<std::unique_ptr<ScanJob>> prepared);
+    // Takes in the job's findings; on the event loop, a slice at a time.
+    void drain();
+    // False when the scan was stopped by a listener on the way.
+    bool commit(ScanBatch &batch);
+    void reportProgress();
+    void end(bool cancelled);
+    void beginRecording();
     void endRecording(const QString &message);
 
-    AddressFilterList m_addressFilters;
-    LeadFilters m_filters;
     FileTypeList m_types;
     TextListModel m_leads;
+    QStringList m_sources; // per row of m_leads
     std::shared_ptr<LeadSet> m_leadSet;
     int m_filesScanned = 0;
-    qsizetype m_chunkSize = 1 << 20;
+    ScanJob::Settings m_settings;
 
-    DirScanner m_scanner;
-    QSet<QString> m_walkTypes;
-    bool m_walking = false;
+    std::unique_ptr<ScanJob> m_job;
+    std::deque<ScanBatch> m_pending; // taken from the job, not yet listed
     bool m_active = false;
-    QTimer m_tick;
-
-    std::unique_ptr<QFile> m_file;
-    std::unique_ptr<AddressRunSplitter> m_splitter;
-    QByteArray m_buffer;
-    QString m_filePath; // absolute, of the open file
+    bool m_drainQueued = false;
+    QTimer m_progressTimer;
 
     bool m_recordingWanted = true;
+    QJsonObject m_runJob; // what the scan being prepared is recorded as
     std::unique_ptr<RunRecorder> m_recorder;
     std::vector<qint64> m_recordedRuns;
-    QHash<QString, QString> m_leadFiles;
 };
 
 } // namespace corvane

@@ -75,8 +75,9 @@ HarvestResultTab::HarvestResultTab(HarvestSession &session, QWidget *parent)
     m_linkPagesView = queueView(context.lstDetails, "lstDetails");
     m_leadsView = queueView(context.lstMailList, "lstMailList");
     m_leadsView->setContextMenuPolicy(Qt::NoContextMenu);
-    new LeadSourceHints(m_leadsView,
-                        [this](const QString &lead) { return m_session.leadSource(lead); });
+    new LeadSourceHints(m_leadsView, [this](const QModelIndex &row) {
+        return m_session.leadSource(row.data(Qt::DisplayRole).toString());
+    });
     grid->addWidget(label(tr("Main Pages"), frame), 1, 0);
     grid->addWidget(label(tr("Link Pages"), frame), 1, 1);
     grid->addWidget(label(tr("List of Email Ids"), frame), 1, 2);

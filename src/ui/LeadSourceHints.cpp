@@ -21,7 +21,7 @@ std::optional<LeadSource> LeadSourceHints::sourceOf(const QModelIndex &index) co
 {
     if (!index.isValid())
         return std::nullopt;
-    return m_lookup(index.data(Qt::DisplayRole).toString());
+    return m_lookup(index);
 }
 
 QString LeadSourceHints::toolTip(const QModelIndex &index) const

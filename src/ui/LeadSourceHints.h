@@ -20,7 +20,8 @@ class LeadSourceHints : public QObject
 {
     Q_OBJECT
 public:
-    using Lookup = std::function<std::optional<LeadSource>(const QString &lead)>;
+    // Where the lead of a row was found, if known.
+    using Lookup = std::function<std::optional<LeadSource>(const QModelIndex &row)>;
     using Opener = std::function<void(const QUrl &link)>;
 
     // Attaches to view, whose model lists one lead per row; lives as long as the view.

@@ -31,7 +31,8 @@ LeadsScanWindow::LeadsScanWindow(QWidget *parent)
       m_optFile(new QRadioButton(tr("Scan F&ile"), this)), m_panels(new QStackedWidget(this)),
       m_fileTarget(new QLabel(this)), m_folderTarget(new QLabel(this)),
       m_types(new QListWidget(this)), m_newType(new QLineEdit(this)), m_emails(new QListView(this)),
-      m_listCount(new QLabel(this)), m_scanCount(new QLabel(this)),
+      m_listCount(new QLabel(this)), m_scanCount(new QLabel(this)), m_leadSource(new QLabel(this)),
+      m_scanProgress(new QLabel(this)),
       m_selectFile(namedButton(this, "cmdSelectFile", tr("Select &File..."))),
       m_scanFile(namedButton(this, "cmdScanFile", tr("&Scan File"))),
       m_selectFolder(namedButton(this, "cmdSelectFolder", tr("Select Fol&der..."))),
@@ -54,16 +55,28 @@ LeadsScanWindow::LeadsScanWindow(QWidget *parent)
     m_emails->setObjectName(QStringLiteral("lstEmails"));
     m_listCount->setObjectName(QStringLiteral("lbllistcount"));
     m_scanCount->setObjectName(QStringLiteral("lblscancount"));
+    m_leadSource->setObjectName(QStringLiteral("lblLeadSource"));
+    m_scanProgress->setObjectName(QStringLiteral("lblScanProgress"));
+    for (QLabel *label : {m_leadSource, m_scanProgress}) {
+        label->setTextFormat(Qt::PlainText);
+        label->setMinimumWidth(1); // long paths must not widen the window
+    }
     m_emails->setModel(&m_scan.leads());
     m_emails->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    new LeadSourceHints(m_emails, [this](const QString &lead) { return m_scan.leadSource(lead); });
+    new LeadSourceHints(m_emails, [this](const QModelIndex &row) -> std::optional<LeadSource> {
+        const QString source = m_scan.leadSource(row.row());
+        if (source.isEmpty())
+            return std::nullopt;
+        return LeadSource{source, {}};
+    });
     m_stopFolder->setEnabled(false);
 
     m_chooseFile = [this] {
         return QFileDialog::getOpenFileName(
             this, tr("Select File"), {},
             tr("Text Files(*.txt,*.rtf) (*.txt *.rtf);;MS Office(*.doc,*.csv,*.xls) (*.doc *.csv "
-               "*.xls);;All files (*)"));
+               "*.xls);;Documents and web archives (*.docx *.xlsx *.pptx *.odt *.ods *.odp *.pdf "
+               "*.warc *.gz);;All files (*)"));
     };
     m_chooseFolder = [this] {
         return QFileDialog::getExistingDirectory(this, tr("Select Folder"));
@@ -95,23 +108,27 @@ LeadsScanWindow::LeadsScanWindow(QWidget *parent)
     connect(m_saveLeads, &QPushButton::clicked, this, &LeadsScanWindow::saveLeads);
     connect(m_help, &QPushButton::clicked, this,
             [this] { HelpWindow::showHelp(QStringLiteral("leadsscan.htm"), {}, this); });
+    connect(m_emails->selectionModel(), &QItemSelectionModel::currentChanged, this,
+            &LeadsScanWindow::showLeadSource);
+    connect(&m_scan, &LeadsScan::progress, this, &LeadsScanWindow::showProgress);
     connect(&m_scan, &LeadsScan::leadsAdded, this, &LeadsScanWindow::showCounts);
     connect(&m_scan, &LeadsScan::fileScanned, this, &LeadsScanWindow::showCounts);
     connect(&m_scan, &LeadsScan::finished, this, [this] {
         setScanning(false);
         showCounts();
+        m_scanProgress->clear();
         QApplication::beep();
     });
     // A file or folder that cannot be read is reported and the walk goes on.
     connect(&m_scan, &LeadsScan::recordingProblem, this,
             [this](const QString &problem) { showMessage(this, problem); });
     connect(&m_scan, &LeadsScan::fileError, this, [this](const QString &path, const QString &why) {
-        showMessage(this, tr("Error: ") + path + QLatin1Char(' ') + why);
+        report(tr("Error: ") + path + QLatin1Char(' ') + why);
     });
-    connect(&m_scan, &LeadsScan::folderError, this,
-            [this](const QString &path, const QString &why) {
-                showErrorReport(this, LeadsScan::kFolderFailedLabel, path + QLatin1Char(' ') + why);
-            });
+    connect(
+        &m_scan, &LeadsScan::folderError, this, [this](const QString &path, const QString &why) {
+            report(errorReportText(LeadsScan::kFolderFailedLabel, path + QLatin1Char(' ') + why));
+        });
     resize(760, 560);
 }
 
@@ -153,6 +170,7 @@ void LeadsScanWindow::buildLayout()
     lists->addWidget(typesBox);
     auto *leads = new QVBoxLayout;
     leads->addWidget(m_emails, 1);
+    leads->addWidget(m_leadSource);
     auto *counts = new QHBoxLayout;
     counts->addWidget(m_listCount);
     counts->addStretch();
@@ -160,6 +178,7 @@ void LeadsScanWindow::buildLayout()
     leads->addLayout(counts);
     lists->addLayout(leads, 1);
     layout->addLayout(lists, 1);
+    layout->addWidget(m_scanProgress);
 
     auto *buttons = new QHBoxLayout;
     buttons->addWidget(m_removeLeads);
@@ -184,6 +203,33 @@ void LeadsScanWindow::showCounts()
 {
     m_listCount->setText(m_scan.leadCountText());
     m_scanCount->setText(m_scan.filesScannedText());
+}
+
+void LeadsScanWindow::showLeadSource()
+{
+    const QModelIndex current = m_emails->currentIndex();
+    m_leadSource->setText(
+        current.isValid() ? tr("Found in: %1").arg(m_scan.leadSource(current.row())) : QString());
+}
+
+void LeadsScanWindow::showProgress(const QString &path, qint64 bytesRead, qint64 size)
+{
+    const QString name = QFileInfo(path).fileName();
+    m_scanProgress->setText(
+        size > 0
+            ? tr("Reading %1 (%2 %)").arg(name).arg(std::min<qint64>(100, bytesRead * 100 / size))
+            : tr("Reading %1").arg(name));
+}
+
+void LeadsScanWindow::report(const QString &text)
+{
+    m_reports << text;
+    if (m_reporting)
+        return;
+    m_reporting = true;
+    while (!m_reports.isEmpty())
+        showMessage(this, m_reports.takeFirst());
+    m_reporting = false;
 }
 
 void LeadsScanWindow::addType()
@@ -256,6 +302,7 @@ void LeadsScanWindow::removeSelectedLeads()
         leads.setSelected(row, m_emails->selectionModel()->isRowSelected(int(row)));
     m_scan.removeSelectedLeads();
     showCounts();
+    showLeadSource();
 }
 
 void LeadsScanWindow::saveLeads()

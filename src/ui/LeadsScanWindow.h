@@ -3,6 +3,8 @@
 #include "scan/LeadsScan.h"
 #include "ui/SkinnedWindow.h"
 
+#include <QStringList>
+
 #include <functional>
 
 class QLabel;
@@ -47,6 +49,11 @@ private:
     void removeSelectedLeads();
     void saveLeads();
     void showCounts();
+    void showLeadSource();
+    void showProgress(const QString &path, qint64 bytesRead, qint64 size);
+    // Reports of a running scan come one after the other: a report that arrives while one
+    // is shown waits for it to close.
+    void report(const QString &text);
     void setScanning(bool on);
 
     LeadsScan m_scan;
@@ -64,6 +71,10 @@ private:
     QListView *m_emails;
     QLabel *m_listCount;
     QLabel *m_scanCount;
+    QLabel *m_leadSource;
+    QLabel *m_scanProgress;
+    QStringList m_reports;
+    bool m_reporting = false;
     QPushButton *m_selectFile;
     QPushButton *m_scanFile;
     QPushButton *m_selectFolder;

@@ -3,6 +3,7 @@
 #include "common/DataFolder.h"
 #include "engine/ConnectionProbe.h"
 #include "kb/Catalogues.h"
+#include "kb/Deletion.h"
 #include "kb/KnowledgeBaseCatalogue.h"
 #include "kb/KnowledgeBaseLayout.h"
 #include "kb/ScrambleLine.h"
@@ -11,6 +12,7 @@
 #include "ui/MessageDialog.h"
 #include "ui/ToolWidgets.h"
 #include "viewer/PageView.h"
+#include "viewer/SearchPanel.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -84,7 +86,7 @@ ViewerWindow::ViewerWindow(QWidget *parent)
       m_of(new QLabel(tr("of"), this)), m_totalNum(new QLabel(QStringLiteral("0"), this)),
       m_data1(new QLabel(this)), m_data2(new QLabel(this)), m_data3(new QLabel(this)),
       m_createdOn(new QLabel(this)), m_page(new QLabel(tr("Loading Page...."), this)),
-      m_web(new PageView(this)), m_url(new QLineEdit(this)),
+      m_web(new PageView(this)), m_search(new SearchPanel(this)), m_url(new QLineEdit(this)),
       m_browse(namedButton(this, QStringLiteral("cmdBrowse"), tr("&Go"))),
       m_back(namedButton(this, QStringLiteral("cmdBack"), tr("&Back"))),
       m_forward(namedButton(this, QStringLiteral("cmdForward"), tr("F&orward"))),
@@ -144,6 +146,7 @@ ViewerWindow::ViewerWindow(QWidget *parent)
     connect(m_del, &QPushButton::clicked, this, &ViewerWindow::deletePage);
     connect(m_delKB, &QPushButton::clicked, this, &ViewerWindow::deleteKnowledgeBase);
     connect(m_view, &QPushButton::clicked, this, &ViewerWindow::viewOriginal);
+    connect(m_search, &SearchPanel::pageChosen, this, &ViewerWindow::showFoundPage);
     connect(m_browse, &QPushButton::clicked, this, &ViewerWindow::browse);
     connect(m_url, &QLineEdit::returnPressed, this, &ViewerWindow::browse);
     connect(m_back, &QPushButton::clicked, m_web, &PageView::back);
@@ -208,6 +211,7 @@ void ViewerWindow::buildLayout()
     lists->addWidget(m_keyword, 1, 1);
     lists->setColumnStretch(1, 1);
     layout->addLayout(lists);
+    layout->addWidget(m_search);
 
     auto *address = new QHBoxLayout;
     auto *addressLabel = new QLabel(tr("&Address:"), this);
@@ -503,7 +507,9 @@ void ViewerWindow::deletePage()
 {
     const PageDeletion::Step step = PageDeletion::stepFor(m_cursor.RowCount(), m_keyword->count());
     if (std::holds_alternative<PageDeletion::DeleteRow>(step)) {
-        report(QStringLiteral("cmdDel->"), m_cursor.DeleteRow(m_currentRow));
+        report(QStringLiteral("cmdDel->"),
+               deletePageRow(m_cursor, m_currentRow, m_mailList->currentData().toInt(),
+                             m_keyword->currentText()));
     } else if (std::holds_alternative<PageDeletion::RemoveKeyword>(step)) {
         const KeywordFolderRecord keyword{m_keyword->currentData().toInt(),
                                           m_mailList->currentData().toInt(),
@@ -533,6 +539,46 @@ void ViewerWindow::deleteKnowledgeBase()
         showEmptyCounters();
         LoadKB();
     }
+}
+
+void ViewerWindow::showFoundPage(const IndexedPage &page)
+{
+    const int base = m_mailList->findData(page.knowledgeBase);
+    if (base < 0) {
+        showMessage(this, tr("The knowledge base of this page is no longer there."));
+        return;
+    }
+    if (base != m_mailList->currentIndex()) {
+        m_mailList->setCurrentIndex(base);
+        selectKnowledgeBase(true);
+    }
+    int term = -1;
+    for (int i = 0; i < m_keyword->count() && term < 0; ++i) {
+        if (m_keyword->itemText(i).trimmed() == page.term)
+            term = i;
+    }
+    if (term < 0) {
+        showMessage(this, tr("The taxonomy term of this page is no longer there."));
+        return;
+    }
+    if (term != m_keyword->currentIndex() || !m_cursor.isBound()) {
+        m_keyword->setCurrentIndex(term);
+        selectKeyword(true);
+    }
+    const Result<QList<KnowledgeBaseLayout::IndexRow>> rows =
+        KnowledgeBaseLayout::readIndex(m_keywordFolder);
+    int found = 0;
+    for (const KnowledgeBaseLayout::IndexRow &row :
+         rows ? *rows : QList<KnowledgeBaseLayout::IndexRow>()) {
+        if (row.record.page == page.page)
+            found = row.row;
+    }
+    if (found == 0) {
+        showMessage(this, tr("This page is no longer stored."));
+        return;
+    }
+    if (report(QStringLiteral("lstSearchResults->"), m_cursor.MoveToRow(found)))
+        PopulateDetails();
 }
 
 void ViewerWindow::setConnectionCheck(ConnectionCheck *check)

@@ -19,6 +19,8 @@ namespace corvane {
 
 class ConnectionCheck;
 class PageView;
+class SearchPanel;
+struct IndexedPage;
 
 // The window the program opens on: steps through the pages harvests saved into knowledge
 // bases, deletes pages and knowledge bases, browses freely and opens the other tools.
@@ -72,6 +74,8 @@ private:
     void deletePage();
     void deleteKnowledgeBase();
     void viewOriginal();
+    // A search hit chosen: its knowledge base, term and page go on show.
+    void showFoundPage(const IndexedPage &page);
     void browse();
     void openTool(Tool tool);
     void updateHistoryButtons();
@@ -95,6 +99,7 @@ private:
     QLabel *m_createdOn;
     QLabel *m_page;
     PageView *m_web;
+    SearchPanel *m_search;
     QLineEdit *m_url;
     QPushButton *m_browse;
     QPushButton *m_back;

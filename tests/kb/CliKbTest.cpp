@@ -4,8 +4,13 @@
 #include "kb/Catalogues.h"
 #include "kb/PageStore.h"
 #include "kb/RecordFile.h"
+#include "kb/StoredPages.h"
 
 #include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QStandardPaths>
 
 #include <gtest/gtest.h>
 
@@ -17,6 +22,36 @@ namespace {
 QString text(const QByteArray &bytes)
 {
     return QString::fromUtf8(bytes);
+}
+
+int cli(const TempDataFolder &home, const QStringList &args, QByteArray *out, QByteArray *err)
+{
+    return runProgram(QStringLiteral("corvane-cli"), QStringList({"--home", home.path()}) + args,
+                      out, err);
+}
+
+PageStoreSettings shopSettings(const TempDataFolder &home)
+{
+    PageStoreSettings settings;
+    settings.root = home.file(QStringLiteral("KB"));
+    settings.baseName = QStringLiteral("Shops");
+    settings.selectedTerms = {QStringLiteral("Bread"), QStringLiteral("Cake")};
+    return settings;
+}
+
+// A knowledge base's pages as "term address" -> stored bytes, page numbers aside.
+QMap<QString, QByteArray> pageContents(const QString &namePrefix)
+{
+    QMap<QString, QByteArray> pages;
+    const QList<KnowledgeBaseRecord> bases = KnowledgeBaseCatalogue::knowledgeBases().value();
+    for (const KnowledgeBaseRecord &base : bases) {
+        if (!base.name.startsWith(namePrefix))
+            continue;
+        for (const StoredPage &page : storedPagesOf(base))
+            pages.insert(page.page.term + QLatin1Char(' ') + page.page.address,
+                         readFile(page.file));
+    }
+    return pages;
 }
 
 } // namespace
@@ -98,4 +133,110 @@ TEST(CliKb, UsageErrorsAndUnknownNames)
                          {"--home", home.path(), "kb", "pages", "Base", "Nope"}, &out, &err),
               1);
     EXPECT_TRUE(text(err).contains(QStringLiteral("Nope")));
+}
+
+TEST(CliKb, SearchPrintsRankedHitsAndRefusesQueriesWithNothingToFind)
+{
+    TempDataFolder home;
+    PageStore store([] { return QDateTime(QDate(2026, 1, 2), QTime(13, 45)); });
+    store.setSettings(shopSettings(home));
+    ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("http://a.test/"),
+                                   "<title>Bread</title><p>rye\tand spelt</p>"));
+    ASSERT_TRUE(store.SaveTaxonomy(QStringLiteral("http://b.test/"),
+                                   "<title>Cake of rye</title><p>sugar</p>"));
+    // The index is a cache: a file that is none is replaced and filled from the pages.
+    writeFile(home.file(QStringLiteral("search.sqlite")), "not an index");
+
+    QByteArray out, err;
+    ASSERT_EQ(cli(home, {"kb", "search", "rye", "--term", "Bread"}, &out, &err), 0)
+        << err.toStdString();
+    EXPECT_EQ(text(out), "Shops-01-02-26-1345\tBread\t1\thttp://a.test/\tBread\trye and spelt\n");
+    ASSERT_EQ(cli(home, {"kb", "search", "RYE", "--format", "jsonl"}, &out, &err), 0);
+    const QList<QByteArray> lines = out.trimmed().split('\n');
+    ASSERT_EQ(lines.size(), 2) << out.toStdString();
+    // A title holding the word ranks first.
+    EXPECT_EQ(QJsonDocument::fromJson(lines[0]).object()["address"].toString(), "http://b.test/");
+
+    // Query-language syntax is text, never an error of the index.
+    for (const char *query : {"rye OR NEAR(sugar", "title:spelt^", "\"spelt"})
+        EXPECT_EQ(cli(home, {"kb", "search", query}, &out, &err), 0) << query << err.toStdString();
+    for (const char *query : {"\"", "* - :", "r*"}) {
+        EXPECT_EQ(cli(home, {"kb", "search", query}, &out, &err), 2) << query;
+        EXPECT_EQ(err.count('\n'), 1) << err.toStdString();
+        EXPECT_FALSE(err.contains("fts5")) << err.toStdString();
+    }
+    EXPECT_EQ(cli(home, {"kb", "search", "rye", "--term", "Pie"}, &out, &err), 1);
+    EXPECT_TRUE(err.contains("Pie")) << err.toStdString();
+}
+
+// An exported archive reads back whole in warcio, an independent reader, and importing it
+// gives the same pages under the same terms.
+TEST(CliKb, ExportedArchivesReadInWarcioAndImportBackToTheSamePages)
+{
+    TempDataFolder home;
+    PageStore store([] { return QDateTime(QDate(2026, 1, 2), QTime(13, 45)); });
+    store.setSettings(shopSettings(home));
+    const QList<std::pair<QString, QByteArray>> stored = {
+        {"http://a.test/?q=1&r=2", "<title>Bread</title>caf\xe9 in Windows-1252"},
+        {"https://b.test/x", "<title>Cake and bread</title>\r\n\r\nWARC/1.1\r\nWARC-Type: x\r\n"},
+        {"http://c.test/", "<title>Bread</title>" + QByteArray(300000, 'z')},
+        {"http://d.test/", "<TITLE>Cake</TITLE>\0binary\x1f\x8b"}};
+    for (const auto &[address, html] : stored)
+        ASSERT_TRUE(store.SaveTaxonomy(address, html));
+    const QMap<QString, QByteArray> original = pageContents(QStringLiteral("Shops-"));
+    ASSERT_EQ(original.size(), stored.size());
+
+    QByteArray out, err;
+    const QString archive = home.file(QStringLiteral("shops.warc.gz"));
+    ASSERT_EQ(cli(home, {"kb", "export-warc", "Shops-01-02-26-1345", archive}, &out, &err), 0)
+        << err.toStdString();
+
+    const QString node = QStandardPaths::findExecutable(QStringLiteral("node"));
+    const QString warcio = sourceDir() + QStringLiteral("/tests/exchange/warcio");
+    if (!node.isEmpty() && QFile::exists(warcio + QStringLiteral("/node_modules/warcio"))) {
+        ASSERT_EQ(
+            runProgram(node, {warcio + QStringLiteral("/read-warc.mjs"), archive}, &out, &err), 0)
+            << err.toStdString();
+        const QJsonArray records = QJsonDocument::fromJson(out).array();
+        ASSERT_EQ(records.size(), stored.size() + 1) << out.toStdString();
+        EXPECT_EQ(records[0]["type"].toString(), "warcinfo");
+        QMap<QString, QByteArray> read;
+        for (qsizetype i = 1; i < records.size(); ++i) {
+            EXPECT_EQ(records[i]["type"].toString(), "response");
+            EXPECT_TRUE(records[i]["payloadDigestOk"].toBool()) << i;
+            EXPECT_TRUE(records[i]["blockDigestOk"].toBool()) << i;
+            read.insert(records[i]["uri"].toString(),
+                        QByteArray::fromBase64(records[i]["payload"].toString().toLatin1()));
+        }
+        QMap<QString, QByteArray> expected;
+        for (const auto &[address, html] : stored)
+            expected.insert(address, html);
+        EXPECT_EQ(read, expected);
+    } else {
+        ADD_FAILURE() << "warcio is missing: run npm ci in tests/exchange/warcio";
+    }
+
+    ASSERT_EQ(
+        cli(home, {"kb", "import-warc", archive, "Copy", "--taxonomy", "Bread,Cake"}, &out, &err),
+        0)
+        << err.toStdString();
+    EXPECT_EQ(pageContents(QStringLiteral("Copy-")), original);
+    // Imported pages are found like harvested ones.
+    ASSERT_EQ(cli(home, {"kb", "search", "cafe", "--format", "jsonl"}, &out, &err), 0);
+    EXPECT_EQ(out.count('\n'), 2) << out.toStdString();
+
+    // A cut archive stops with a message; the pages before the cut stay.
+    const QString cut = home.file(QStringLiteral("cut.warc.gz"));
+    writeFile(cut, readFile(archive).chopped(40));
+    EXPECT_EQ(cli(home, {"kb", "import-warc", cut, "Cut", "--taxonomy", "Bread,Cake"}, &out, &err),
+              1);
+    EXPECT_EQ(pageContents(QStringLiteral("Cut-")).size(), stored.size() - 1) << err.toStdString();
+
+    for (const QStringList &args :
+         {QStringList({"kb", "import-warc", archive, "Copy"}),
+          QStringList({"kb", "import-warc", archive, "a/b", "--taxonomy", "Bread"}),
+          QStringList({"kb", "import-warc", archive, "--taxonomy", "Bread"}),
+          QStringList({"kb", "export-warc", "Shops-01-02-26-1345"})})
+        EXPECT_EQ(cli(home, args, &out, &err), 2) << args.join(' ').toStdString();
+    EXPECT_EQ(cli(home, {"kb", "export-warc", "Nope", archive}, &out, &err), 1);
 }

@@ -9,19 +9,32 @@
 using namespace corvane;
 using namespace corvane::test;
 
-TEST(FileTypeList, WithoutSettingsFileEveryFileIsScanned)
+TEST(FileTypeList, WithoutSettingsFileEveryFileIsScannedAndDocumentTypesAreOfferedOnce)
 {
     TempDataFolder home;
-    const FileTypeList list = FileTypeList::load();
-    ASSERT_EQ(list.count(), 1);
+    FileTypeList list = FileTypeList::load();
+    ASSERT_EQ(list.count(), 1 + FileTypeList::kDocumentTypes.size());
     EXPECT_EQ(list.entries().front(), (FileTypeList::Entry{".***", true}));
+    EXPECT_EQ(list.entries()[2], (FileTypeList::Entry{".warc.gz", false}));
+    EXPECT_EQ(list.checkedTypes(), QSet<QString>{".***"});
     EXPECT_TRUE(fileTypeMatches(list.checkedTypes(), "/x/README"));
+
+    // Once stored, what the user removed stays removed.
+    list.setChecked(0, false);
+    for (int i = 1; i < list.count(); ++i)
+        list.setChecked(i, i != 2);
+    ASSERT_FALSE(list.removeChecked().has_value());
+    list.save();
+    const FileTypeList back = FileTypeList::load();
+    ASSERT_EQ(back.count(), 2);
+    EXPECT_EQ(back.entries()[1], (FileTypeList::Entry{".warc.gz", true}));
 }
 
 TEST(FileTypeList, StoredListRoundTripsAndLoadsChecked)
 {
     TempDataFolder home;
-    writeFile(home.file("extractor.ini"), "[lstExt]\nListCount=4\n0=.txt\n1=  .htm  \n3=.csv\n");
+    writeFile(home.file("extractor.ini"),
+              "[lstExt]\nDocumentTypesOffered=1\nListCount=4\n0=.txt\n1=  .htm  \n3=.csv\n");
     FileTypeList list = FileTypeList::load();
     // A missing key reads as ".***".
     ASSERT_EQ(list.count(), 4);
@@ -48,11 +61,12 @@ TEST(FileTypeList, StoredListRoundTripsAndLoadsChecked)
 TEST(FileTypeList, DamagedCountFallsBackOrIsBounded)
 {
     TempDataFolder home;
-    writeFile(home.file("extractor.ini"), "[lstExt]\nListCount=lots\n");
+    writeFile(home.file("extractor.ini"), "[lstExt]\nDocumentTypesOffered=1\nListCount=lots\n");
     EXPECT_EQ(FileTypeList::load().count(), 1);
-    writeFile(home.file("extractor.ini"), "[lstExt]\nListCount=2000000000\n");
+    writeFile(home.file("extractor.ini"),
+              "[lstExt]\nDocumentTypesOffered=1\nListCount=2000000000\n");
     EXPECT_EQ(FileTypeList::load().count(), 4096);
-    writeFile(home.file("extractor.ini"), "[lstExt]\nListCount=-3\n");
+    writeFile(home.file("extractor.ini"), "[lstExt]\nDocumentTypesOffered=1\nListCount=-3\n");
     EXPECT_EQ(FileTypeList::load().count(), 0);
 }
 
@@ -79,8 +93,8 @@ TEST(FileTypeList, AddKeepsFourCharactersAndAddsUnchecked)
     EXPECT_TRUE(list.add(".TXT").added);
     EXPECT_TRUE(list.add(".txt").added);
     EXPECT_FALSE(list.add(".txt").added);
-    ASSERT_EQ(list.count(), 4);
-    EXPECT_FALSE(list.entries()[3].checked);
+    ASSERT_EQ(list.count(), 1 + FileTypeList::kDocumentTypes.size() + 3);
+    EXPECT_EQ(list.entries().back(), (FileTypeList::Entry{".txt", false}));
 }
 
 TEST(FileTypeList, RemoveWithNothingCheckedSaysSo)
@@ -89,12 +103,16 @@ TEST(FileTypeList, RemoveWithNothingCheckedSaysSo)
     FileTypeList list = FileTypeList::load();
     list.setChecked(0, false);
     EXPECT_EQ(list.removeChecked(), FileTypeList::kNoneCheckedMessage);
-    EXPECT_EQ(list.count(), 1);
+    EXPECT_EQ(list.count(), 1 + FileTypeList::kDocumentTypes.size());
 }
 
-TEST(FileTypeList, TypesMatchTheLastFourCharactersExactly)
+TEST(FileTypeList, TypesMatchTheLastFourCharactersOrTheDocumentTypesEnding)
 {
-    const QSet<QString> types{".TXT", "html"};
+    const QSet<QString> types{".TXT", "html", ".warc.gz", ".docx"};
+    EXPECT_TRUE(fileTypeMatches(types, "/d/crawl.warc.gz"));
+    EXPECT_FALSE(fileTypeMatches(types, "/d/notes.txt.gz"));
+    EXPECT_TRUE(fileTypeMatches(types, "/d/letter.docx"));
+    EXPECT_FALSE(fileTypeMatches(types, "/d/letter.DOCX"));
     EXPECT_TRUE(fileTypeMatches(types, "/d/NOTES.TXT"));
     EXPECT_FALSE(fileTypeMatches(types, "/d/notes.txt"));
     EXPECT_TRUE(fileTypeMatches(types, "/d/page.html"));

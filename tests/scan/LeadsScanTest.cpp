@@ -1,13 +1,21 @@
 #include "scan/LeadsScan.h"
 
+#include "DocumentFiles.h"
+#include "analysis/PageAnalyser.h"
+#include "exchange/WarcStreams.h"
+#include "exchange/WarcWriter.h"
 #include "leads/LeadDatabase.h"
+#include "scan/DirScanner.h"
 #include "scan/ReadWorkbook.h"
 #include "support/TestSupport.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFileInfo>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+
+#include <random>
 
 #include <gtest/gtest.h>
 
@@ -42,8 +50,8 @@ TEST(LeadsScan, FolderScanListsNewLeadsOnceAndCountsFiles)
     scan.fileTypes().setChecked(0, false);
     scan.fileTypes().add(".txt");
     scan.fileTypes().add(".htm");
-    scan.fileTypes().setChecked(1, true);
-    scan.fileTypes().setChecked(2, true);
+    scan.fileTypes().setChecked(scan.fileTypes().count() - 2, true);
+    scan.fileTypes().setChecked(scan.fileTypes().count() - 1, true);
     QSignalSpy added(&scan, &LeadsScan::leadsAdded);
 
     ASSERT_TRUE(scan.runFolderScan(f.dir.path()).ok());
@@ -64,7 +72,7 @@ TEST(LeadsScan, FolderScanListsNewLeadsOnceAndCountsFiles)
 
     // Each scan is a finished run of the lead database; every lead names its file in full.
     const QString two = QFileInfo(f.path("sub/two.htm")).absoluteFilePath();
-    EXPECT_EQ(scan.leadSource("cy@x.net")->location, two);
+    EXPECT_EQ(scan.leadSource(2), two);
     auto db = LeadDatabase::open(LeadDatabase::defaultPath());
     ASSERT_TRUE(db.ok());
     const auto runs = db.value().runs();
@@ -203,25 +211,44 @@ TEST(LeadsScan, SaveAppendsCsvAndAsksBeforeReplacing)
     EXPECT_FALSE(scan.saveLeads(f.path("no/such/dir/x"), answer(true)).ok());
 }
 
-TEST(LeadsScan, BackgroundScanMatchesTheDirectOneAndStops)
+// Readers work on several files at once; the leads must still come as reading the files one
+// after the other in walk order gives them.
+TEST(LeadsScan, BackgroundScanListsWhatReadingFileAfterFileWouldAndStops)
 {
     Fixture f;
-    for (int i = 0; i < 30; ++i)
-        writeFile(f.path(QStringLiteral("d%1/f.txt").arg(i % 5) + QString::number(i)),
-                  QByteArray("lead") + QByteArray::number(i) + "@firm.com");
-    LeadsScan direct = makeScan();
-    ASSERT_TRUE(direct.runFolderScan(f.dir.path()).ok());
+    std::mt19937 random(5);
+    for (int i = 0; i < 90; ++i) {
+        QByteArray text;
+        for (int n = int(random() % 40); n > 0; --n) {
+            const auto pick = random() % 300;
+            text += (pick % 7 == 0 ? "odd" : "lead") + QByteArray::number(pick) + "@firm." +
+                    (pick % 5 == 0 ? "org" : "com") + (random() % 2 ? " " : ",\n");
+        }
+        writeFile(f.path(QStringLiteral("d%1/f%2.txt").arg(i % 3).arg(i, 3, 10, QChar('0'))), text);
+    }
+    QStringList walk;
+    DirScanner scanner;
+    QObject::connect(&scanner, &DirScanner::newfile,
+                     [&](const QFileInfo &file) { walk << file.filePath(); });
+    ASSERT_TRUE(scanner.Scan(f.dir.path()).ok());
+    LeadFilters filters;
+    filters.addressFilters = AddressFilterList(".com#.net#");
+    LeadSet oracleSet;
+    TextListModel oracle;
+    for (const QString &path : walk)
+        ExtractEmails(readFile(path), filters, oracleSet, oracle);
+    ASSERT_GT(oracle.count(), 100);
 
     LeadsScan background = makeScan();
-    background.setChunkSize(4);
+    background.setChunkSize(7);
     QSignalSpy finished(&background, &LeadsScan::finished);
     ASSERT_TRUE(background.startFolderScan(f.dir.path()).ok());
     EXPECT_TRUE(background.isScanning());
-    EXPECT_FALSE(background.startFileScan(f.path("d0/f.txt0")).ok());
+    EXPECT_FALSE(background.startFileScan(walk.first()).ok());
     ASSERT_TRUE(finished.wait(60000));
     EXPECT_FALSE(finished.first().at(0).toBool());
-    EXPECT_EQ(background.leads().texts(), direct.leads().texts());
-    EXPECT_EQ(background.filesScanned(), 30);
+    EXPECT_EQ(background.leads().texts(), oracle.texts());
+    EXPECT_EQ(background.filesScanned(), 90);
 
     // Stop from a listener: no file is finished after it.
     LeadsScan stopped = makeScan();
@@ -242,4 +269,77 @@ TEST(LeadsScan, BackgroundScanMatchesTheDirectOneAndStops)
     EXPECT_EQ(stopped.filesScanned(), 3);
     EXPECT_EQ(scannedAfterStop, 0);
     EXPECT_FALSE(stopped.isScanning());
+}
+
+TEST(LeadsScan, DocumentsAndArchivesGiveTheirTextAndEachLeadItsSource)
+{
+    Fixture f;
+    writeDocx(f.path("a.docx"),
+              docxBody({"<w:r><w:t>doc@</w:t></w:r><w:r><w:t>firm.com</w:t></w:r>"}));
+    QBuffer archive;
+    archive.open(QIODevice::WriteOnly);
+    WarcWriter writer(archive, true);
+    ASSERT_TRUE(
+        writer.writeResponse({"http://x/1", {}, 200, "text/html", "p1@firm.com doc@firm.com"})
+            .ok());
+    ASSERT_TRUE(writer.writeResponse({"http://x/2", {}, 200, "text/html", "p2@firm.com"}).ok());
+    writeFile(f.path("b.warc.gz"), archive.data());
+    // Cut inside its second record: the first one's leads stay.
+    writeFile(f.path("c.warc.gz"), archive.data().first(archive.data().size() - 30));
+    writeFile(f.path("d.txt.gz"), gzipCompressed("gz@firm.com\n"));
+    writeFile(f.path("e.pdf"), "%PDF-1.4\nnot really: broken@firm.com\n");
+
+    LeadsScan scan = makeScan();
+    QStringList errors;
+    QObject::connect(&scan, &LeadsScan::fileError, [&](const QString &path, const QString &reason) {
+        errors << QFileInfo(path).fileName() + ": " + reason;
+    });
+    ASSERT_TRUE(scan.runFolderScan(f.dir.path()).ok());
+    EXPECT_EQ(scan.leads().texts(), QStringList({"doc@firm.com", "p1@firm.com", "p2@firm.com",
+                                                 "gz@firm.com", "broken@firm.com"}));
+    QStringList sources;
+    for (qsizetype row = 0; row < scan.leads().count(); ++row)
+        sources << scan.leadSource(row);
+    EXPECT_EQ(sources, QStringList({f.path("a.docx"), "http://x/1", "http://x/2",
+                                    f.path("d.txt.gz"), f.path("e.pdf")}));
+    ASSERT_EQ(errors.size(), 2) << errors.join('\n').toStdString();
+    EXPECT_TRUE(errors[0].startsWith("c.warc.gz: record 2: ")) << errors[0].toStdString();
+    EXPECT_TRUE(errors[1].startsWith("e.pdf: ")) << errors[1].toStdString();
+    EXPECT_TRUE(errors[1].endsWith("; its bytes were searched as they are"));
+    EXPECT_EQ(scan.filesScanned(), 5);
+
+    // Removing a lead removes its source with it.
+    scan.removeLeads({0});
+    EXPECT_EQ(scan.leadSource(0), "http://x/1");
+}
+
+// A web archive of pages gives the same leads as the pages themselves.
+TEST(LeadsScan, ArchiveGivesTheLeadsOfItsPages)
+{
+    Fixture f;
+    std::mt19937 random(11);
+    QBuffer archive;
+    archive.open(QIODevice::WriteOnly);
+    WarcWriter writer(archive, true);
+    for (int page = 0; page < 40; ++page) {
+        QByteArray html = "<html><title>Page</title>";
+        for (int n = int(random() % 30); n > 0; --n)
+            html += "<a href=\"mailto:m" + QByteArray::number(random() % 200) + "@site.com\">" +
+                    QByteArray(int(random() % 5000), 'x') + "</a>\n";
+        const QString name = QStringLiteral("page%1.htm").arg(page, 3, 10, QChar('0'));
+        writeFile(f.path("pages/" + name), html);
+        ASSERT_TRUE(
+            writer.writeResponse({"http://site.com/" + name, {}, 200, "text/html", html}).ok());
+    }
+    writeFile(f.path("pages.warc.gz"), archive.data());
+
+    LeadsScan pages = makeScan();
+    ASSERT_TRUE(pages.runFolderScan(f.path("pages")).ok());
+    LeadsScan archived = makeScan();
+    ASSERT_TRUE(archived.runFileScan(f.path("pages.warc.gz")).ok());
+    ASSERT_GT(pages.leads().count(), 50);
+    EXPECT_EQ(archived.leads().texts(), pages.leads().texts());
+    for (qsizetype row = 0; row < pages.leads().count(); ++row)
+        EXPECT_EQ(archived.leadSource(row),
+                  "http://site.com/" + QFileInfo(pages.leadSource(row)).fileName());
 }

@@ -1,4 +1,5 @@
 #include "common/LeadFile.h"
+#include "exchange/WarcStreams.h"
 #include "support/TestSupport.h"
 
 #include <QTemporaryDir>
@@ -65,6 +66,34 @@ TEST(ScanCommand, UnreadablePathsAreReportedAndTheScanGoesOn)
     const QString err = QString::fromUtf8(run.err);
     EXPECT_TRUE(err.contains("missing: no such file or folder")) << err.toStdString();
     EXPECT_TRUE(err.contains("b.txt: the link points to nothing")) << err.toStdString();
+}
+
+// Damaged archives give the leads before the damage (not one cut by it) and one line that says
+// where it is.
+TEST(ScanCommand, DamagedArchivesAreReportedWithWhatTheyGaveBefore)
+{
+    QTemporaryDir home;
+    QTemporaryDir dir;
+    const auto record = [](const QByteArray &uri, const QByteArray &block, qint64 length) {
+        return "WARC/1.1\r\nWARC-Type: resource\r\nWARC-Target-URI: " + uri +
+               "\r\nContent-Length: " + QByteArray::number(length) + "\r\n\r\n" + block +
+               "\r\n\r\n";
+    };
+    const QByteArray cut = gzipCompressed(record("http://a/", "cut@a.com", 9)) +
+                           gzipCompressed(record("http://b/", "lost@b.com", 10)).chopped(12);
+    writeFile(dir.filePath("cut.warc.gz"), cut);
+    writeFile(dir.filePath("huge.warc"),
+              record("http://c/", "huge@c.com", 10) + record("http://d/", "tiny", qint64(1) << 40));
+    auto run = scan(home.path(), {"--sources", "--types", ".warc,.warc.gz", dir.path()});
+    EXPECT_EQ(run.code, 1);
+    EXPECT_EQ(run.out, "cut@a.com\thttp://a/\nhuge@c.com\thttp://c/\n");
+    const QStringList err = QString::fromUtf8(run.err).split('\n', Qt::SkipEmptyParts);
+    ASSERT_EQ(err.size(), 2) << run.err.constData();
+    EXPECT_EQ(err[0], "corvane-cli: " + dir.filePath("cut.warc.gz") +
+                          ": record 2: the compressed data ends early (the file is cut off)");
+    EXPECT_EQ(err[1], "corvane-cli: " + dir.filePath("huge.warc") +
+                          ": record 2: the archive ends inside it (its header claims 1099511627776 "
+                          "bytes; 1099511627768 are missing)");
 }
 
 TEST(ScanCommand, UsageErrorsAreOneLineWithExitTwo)

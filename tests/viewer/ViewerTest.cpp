@@ -15,6 +15,7 @@
 #include <QDir>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QNetworkDatagram>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -268,6 +269,58 @@ TEST_F(ViewerTest, PagesThroughAKeywordFromFirstToLast)
     emit keywords->activated(1);
     EXPECT_EQ(text(viewer, "lblTotalNum"), QStringLiteral("1"));
     EXPECT_EQ(text(viewer, "lblData2"), QStringLiteral("http://127.0.0.1/Birds/wren/0.html"));
+    EXPECT_TRUE(messages.messages().isEmpty()) << messages.messages().join('|').toStdString();
+}
+
+TEST_F(ViewerTest, SearchBoxListsTheHitsAndAClickShowsThePage)
+{
+    harvest(QStringLiteral("Birds"), {QStringLiteral("crow"), QStringLiteral("wren")}, {3, 1});
+    MessageCapture messages;
+    ViewerWindow viewer;
+    auto *query = child<QLineEdit>(viewer, "txtSearch");
+    auto *hits = child<QListWidget>(viewer, "lstSearchResults");
+    auto *status = child<QLabel>(viewer, "lblSearchStatus");
+    const auto search = [&](const QString &words) {
+        hits->clear();
+        status->clear();
+        query->setText(words);
+        QTest::keyClick(query, Qt::Key_Return);
+        return QTest::qWaitFor(
+            [&] { return status->text().contains(QLatin1String("page")) || hits->count() > 0; });
+    };
+
+    ASSERT_TRUE(search(QStringLiteral("CROW")));
+    ASSERT_EQ(hits->count(), 3);
+    const QString third = QStringLiteral("http://127.0.0.1/Birds/crow/2.html");
+    QListWidgetItem *item = nullptr;
+    for (int i = 0; i < hits->count(); ++i) {
+        if (hits->item(i)->toolTip() == third)
+            item = hits->item(i);
+    }
+    ASSERT_NE(item, nullptr);
+    QTest::mouseClick(hits->viewport(), Qt::LeftButton, {}, hits->visualItemRect(item).center());
+    EXPECT_EQ(text(viewer, "lblData2"), third);
+    EXPECT_EQ(text(viewer, "lblNum"), QStringLiteral("3"));
+
+    // The window's deletion takes the page out of the search.
+    click(viewer, "cmdDel");
+    ASSERT_TRUE(search(QStringLiteral("crow")));
+    ASSERT_EQ(hits->count(), 2);
+    for (int i = 0; i < hits->count(); ++i)
+        EXPECT_NE(hits->item(i)->toolTip(), third);
+
+    ASSERT_TRUE(search(QStringLiteral("wren")));
+    ASSERT_EQ(hits->count(), 1);
+    QTest::mouseClick(hits->viewport(), Qt::LeftButton, {},
+                      hits->visualItemRect(hits->item(0)).center());
+    EXPECT_EQ(child<QComboBox>(viewer, "cmbKeyword")->currentText(), QStringLiteral("wren"));
+    EXPECT_EQ(text(viewer, "lblData2"), QStringLiteral("http://127.0.0.1/Birds/wren/0.html"));
+
+    // Query syntax is no error: nothing searchable gives the user's message, not the index's.
+    query->setText(QStringLiteral("\""));
+    QTest::keyClick(query, Qt::Key_Return);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return status->text().contains(QLatin1String("word")); }));
+    EXPECT_FALSE(hits->isVisible());
     EXPECT_TRUE(messages.messages().isEmpty()) << messages.messages().join('|').toStdString();
 }
 

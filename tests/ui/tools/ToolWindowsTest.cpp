@@ -71,8 +71,11 @@ TEST_F(ToolWindowsTest, LeadsScanScansAFolderAndSavesTheLeads)
     QPointer<LeadsScanWindow> alive(window);
     EXPECT_TRUE(child<QRadioButton>(*window, "optAction1")->isChecked());
     auto *types = child<QListWidget>(*window, "lstExt");
-    ASSERT_EQ(types->count(), 1);
+    // ".***", then the types read by their content.
+    const int offered = 1 + int(FileTypeList::kDocumentTypes.size());
+    ASSERT_EQ(types->count(), offered);
     EXPECT_EQ(types->item(0)->text(), QStringLiteral(".***"));
+    EXPECT_EQ(types->item(offered - 1)->text(), QStringLiteral(".pdf"));
 
     click(*window, "cmdScanFolder");
     EXPECT_EQ(messages.messages().value(0), LeadsScan::kSelectFolderMessage);
@@ -82,15 +85,15 @@ TEST_F(ToolWindowsTest, LeadsScanScansAFolderAndSavesTheLeads)
     newType->setText(QStringLiteral(".html"));
     click(*window, "cmdAddExt");
     EXPECT_EQ(messages.messages().value(1), FileTypeList::kLengthMessage);
-    EXPECT_EQ(types->item(1)->text(), QStringLiteral("html"));
+    EXPECT_EQ(types->item(offered)->text(), QStringLiteral("html"));
     newType->setText(QStringLiteral(".txt"));
     QTest::keyClick(newType, Qt::Key_Return);
     newType->setText(QStringLiteral(".htm"));
     click(*window, "cmdAddExt");
-    ASSERT_EQ(types->count(), 4);
+    ASSERT_EQ(types->count(), offered + 3);
     types->item(0)->setCheckState(Qt::Unchecked);
-    types->item(2)->setCheckState(Qt::Checked);
-    types->item(3)->setCheckState(Qt::Checked);
+    types->item(offered + 1)->setCheckState(Qt::Checked);
+    types->item(offered + 2)->setCheckState(Qt::Checked);
 
     window->setFolderChooser([&] { return folder; });
     click(*window, "cmdSelectFolder");
@@ -125,7 +128,7 @@ TEST_F(ToolWindowsTest, LeadsScanScansAFolderAndSavesTheLeads)
     window->close(); // stores the type list
     QTest::qWait(0);
     const FileTypeList stored = FileTypeList::load();
-    EXPECT_EQ(stored.count(), 4);
+    EXPECT_EQ(stored.count(), offered + 3);
 }
 
 TEST_F(ToolWindowsTest, ExportWritesEveryLeadAsAContactOfTheCategory)

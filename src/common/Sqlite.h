@@ -42,6 +42,8 @@ public:
     // Rows the last INSERT, UPDATE or DELETE changed.
     qint64 changes() const;
     QString lastError() const;
+    // The last failure found the file damaged or not a database at all.
+    bool lastErrorMeansDamage() const;
 
 private:
     explicit Connection(sqlite3 *db) : m_db(db) {}
@@ -74,6 +76,7 @@ public:
     // Columns count from 0.
     bool isNull(int column) const;
     qint64 integer(int column) const;
+    double real(int column) const;
     QString text(int column) const;
 
 private:

@@ -1,4 +1,4 @@
-#include "leads/Sqlite.h"
+#include "common/Sqlite.h"
 
 #include <sqlite3.h>
 
@@ -99,6 +99,12 @@ QString Connection::lastError() const
     return messageOf(m_db);
 }
 
+bool Connection::lastErrorMeansDamage() const
+{
+    const int code = sqlite3_errcode(m_db) & 0xFF;
+    return code == SQLITE_CORRUPT || code == SQLITE_NOTADB;
+}
+
 Statement::Statement(Statement &&other) noexcept
     : m_db(other.m_db), m_statement(std::exchange(other.m_statement, nullptr))
 {
@@ -183,6 +189,11 @@ bool Statement::isNull(int column) const
 qint64 Statement::integer(int column) const
 {
     return sqlite3_column_int64(m_statement, column);
+}
+
+double Statement::real(int column) const
+{
+    return sqlite3_column_double(m_statement, column);
 }
 
 QString Statement::text(int column) const

@@ -186,7 +186,7 @@ int takeScreenshot(const QString &name, const QString &outFile, QWidget *(*start
     } else if (name == QLatin1String("harvest-result")) {
         window = harvestAfterRun(web);
     } else if (name == QLatin1String("resume")) {
-        window = std::make_unique<ResumeDialog>(resume);
+        window = std::make_unique<ResumeDialog>(resume, ConnectionProbe::defaultAddress());
     } else if (name == QLatin1String("import")) {
         window = std::make_unique<BookmarkImportDialog>(job);
     } else if (name == QLatin1String("start")) {

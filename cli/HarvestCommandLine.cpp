@@ -3,6 +3,7 @@
 #include "Command.h"
 
 #include "common/DataFolder.h"
+#include "engine/ConnectionProbe.h"
 #include "engine/CrawlWiring.h"
 #include "engine/DemoWebServer.h"
 #include "engine/SearchListProvider.h"
@@ -17,24 +18,6 @@
 namespace corvane::cli {
 
 namespace {
-
-QCommandLineOption option(const char *name, const char *description, const char *value = nullptr)
-{
-    if (!value)
-        return QCommandLineOption(QString::fromLatin1(name), QString::fromLatin1(description));
-    return QCommandLineOption(QString::fromLatin1(name), QString::fromLatin1(description),
-                              QString::fromLatin1(value));
-}
-
-QStringList commaList(const QStringList &values)
-{
-    QStringList items;
-    for (const QString &value : values)
-        for (const QString &item : value.split(QLatin1Char(',')))
-            if (!item.trimmed().isEmpty())
-                items << item.trimmed();
-    return items;
-}
 
 void appendChecked(JobList &list, const QStringList &texts)
 {
@@ -102,16 +85,6 @@ QString flagOf(JobField field)
     return {};
 }
 
-// A whole number from low to high, or nothing.
-std::optional<int> wholeNumber(const QString &text, int low, int high)
-{
-    bool ok = false;
-    const int value = text.trimmed().toInt(&ok);
-    if (!ok || value < low || value > high)
-        return std::nullopt;
-    return value;
-}
-
 HarvestSetupError refusalOf(const QString &message,
                             const std::optional<ConversionFailure> &conversion)
 {
@@ -122,84 +95,157 @@ HarvestSetupError refusalOf(const QString &message,
 
 } // namespace
 
-HarvestCommandLine::HarvestCommandLine()
-    : m_engine(option("engine", "search engine by name", "NAME")),
-      m_keywords(option("keywords", "keywords, comma-separated", "K1,K2")),
-      m_url(option("url", "one start URL", "URL")),
-      m_urls(option("urls", "file of start URLs", "FILE")),
-      m_minutes(option("minutes", "stop after", "N")),
-      m_pages(option("pages", "maximum pages", "N")),
-      m_leads(option("leads", "maximum leads", "N")),
-      m_timeout(option("timeout", "page time-out, seconds", "S")),
-      m_excludeDomain(option("exclude-domain", "excluded domains", "D")),
-      m_excludeType(option("exclude-type", "excluded e-mail types", "T")),
-      m_includeType(option("include-type", "e-mail types to include", "T")),
-      m_kb(option("kb", "knowledge-base root", "ROOT")),
-      m_kbName(option("kb-name", "knowledge-base name", "NAME")),
-      m_taxonomy(option("taxonomy", "taxonomy terms", "T1,T2")),
-      m_favorites(option("favorites", "create favourites")),
-      m_noEmails(option("no-emails", "exclude e-mail extraction")),
-      m_proxy(option("proxy", "proxy", "TYPE://[user:pass@]host:port")),
-      m_remoteDns(option("remote-dns", "use remote DNS")),
-      m_profile(option("profile", "classic or modern", "P")),
-      m_probe(option("probe", "connection probe address", "URL")),
-      m_out(option("out", "lead file", "FILE")),
-      m_demo(option("demo", "harvest the bundled demo web")),
-      m_firstPage(option("first-page",
-                         "modern: the result page each keyword starts from (1 to 1000, default 1)",
-                         "N")),
-      m_delay(option("delay",
-                     "modern: least milliseconds between requests to one site (0 to 60000, "
-                     "default 250, 0 with --demo); robots.txt may ask for more",
-                     "MS")),
-      m_sitePages(
-          option("site-pages", "modern: pages requested from one site at most (0: no cap)", "N"))
+const OptionTable &HarvestCommandLine::optionTable()
 {
-    m_parser.setSingleDashWordOptionMode(QCommandLineParser::ParseAsLongOptions);
-    m_parser.addOptions({m_engine,      m_keywords, m_url,       m_urls,          m_minutes,
-                         m_pages,       m_leads,    m_timeout,   m_excludeDomain, m_excludeType,
-                         m_includeType, m_kb,       m_kbName,    m_taxonomy,      m_favorites,
-                         m_noEmails,    m_proxy,    m_remoteDns, m_profile,       m_probe,
-                         m_out,         m_demo,     m_firstPage, m_delay,         m_sitePages});
+    static const OptionTable table = [] {
+        const HarvestJob defaults;
+        const auto text = [](const char *name, const char *value, const char *help) {
+            return OptionSpec{.name = QString::fromLatin1(name),
+                              .valueName = QString::fromLatin1(value),
+                              .help = QString::fromLatin1(help),
+                              .kind = TextValue{}};
+        };
+        const auto flag = [](const char *name, const char *help) {
+            return OptionSpec{.name = QString::fromLatin1(name), .help = QString::fromLatin1(help)};
+        };
+        const auto file = [](const char *name, const char *value, const char *help) {
+            return OptionSpec{.name = QString::fromLatin1(name),
+                              .valueName = QString::fromLatin1(value),
+                              .help = QString::fromLatin1(help),
+                              .kind = FileValue{}};
+        };
+        std::vector<OptionSpec> options{
+            text("engine", "NAME",
+                 "harvest the result pages of search engine NAME (one of the harvest window's "
+                 "list, letter case ignored) for --keywords"),
+            text("keywords", "K1,K2", "the keywords to search for with --engine"),
+            text("url", "URL", "harvest from this one start page"),
+            file("urls", "FILE",
+                 "harvest from the start URLs in FILE, one a line (blank lines and lines "
+                 "starting with # are skipped)"),
+            flag("demo", "harvest the bundled demo web, served on 127.0.0.1 while the run lasts; "
+                         "with --url or --urls, {{HOST}} stands for its address"),
+            text("minutes", "N", "stop the run after N minutes"),
+            text("pages", "N", "stop the run after N pages"),
+            text("leads", "N", "stop taking leads after N"),
+            {.name = QStringLiteral("timeout"),
+             .valueName = QStringLiteral("S"),
+             .help = QStringLiteral("how long a page may take, in seconds; the classic "
+                                    "profile also steps the crawl at this pace"),
+             .kind = NumberValue{1, 600},
+             .shownDefault = defaults.pageTimeout + QStringLiteral("; 5 with --demo")},
+        };
+        options[1].repeatable = true;
+        options[5].shownDefault = defaults.stopAfter;
+        options[6].shownDefault = defaults.maxPages;
+        options[7].shownDefault = defaults.maxLeads;
+        for (OptionSpec &option : leadFilterOptions())
+            options.push_back(std::move(option));
+        options.push_back(flag("no-emails", "do not look for leads in the pages"));
+        options.push_back(file("kb", "ROOT",
+                               "store the pages in a knowledge base below the folder ROOT "
+                               "(with --demo: KnowledgeBases in the data folder)"));
+        options.push_back(text("kb-name", "NAME",
+                               "the knowledge base's name, before its date and time; also "
+                               "added as a mail group"));
+        options.back().shownDefault = QStringLiteral("Harvest; Demo with --demo");
+        options.push_back(text("taxonomy", "T1,T2",
+                               "the taxonomy terms: a page is stored under each term its "
+                               "title contains (needed with --kb)"));
+        options.back().repeatable = true;
+        options.back().shownDefault = QStringLiteral("Tools,Books,Sailing with --demo");
+        options.push_back(flag("favorites", "also make an Internet shortcut for each site "
+                                            "stored"));
+        options.push_back(text("proxy", "TYPE://[USER:PASS@]HOST:PORT",
+                               "fetch through a proxy; TYPE is http, socks4 or socks5"));
+        options.push_back(flag("remote-dns", "let the proxy look up host names"));
+        OptionSpec profile = profileOption();
+        profile.defaultValue.clear();
+        profile.shownDefault = QStringLiteral("classic; modern with --demo");
+        options.push_back(profile);
+        const auto modernNumber = [](const char *name, const char *value, const char *help, int min,
+                                     int max, QString shown) {
+            return OptionSpec{.name = QString::fromLatin1(name),
+                              .valueName = QString::fromLatin1(value),
+                              .help = QString::fromLatin1(help),
+                              .kind = NumberValue{min, max},
+                              .shownDefault = std::move(shown)};
+        };
+        options.push_back(modernNumber(
+            "first-page", "N", "modern profile: the result page each keyword starts from", 1,
+            kMaxFirstResultPage, QString::number(defaults.firstResultPage)));
+        options.push_back(modernNumber(
+            "delay", "MS",
+            "modern profile: least milliseconds between requests to one site; robots.txt may "
+            "ask for more",
+            0, kMaxSiteDelayMs,
+            QString::number(defaults.siteDelayMs) + QStringLiteral("; 0 with --demo")));
+        options.push_back(modernNumber("site-pages", "N",
+                                       "modern profile: pages requested from one site at most "
+                                       "(0: no cap)",
+                                       0, kMaxSitePages, QString::number(defaults.sitePageCap)));
+        options.push_back(text("probe", "URL",
+                               "the address whose server is reached to tell whether the "
+                               "Internet is there; a run waits while it cannot be reached"));
+        options.back().shownDefault = ConnectionProbe::configuredAddress().toString() +
+                                      QStringLiteral("; the demo web with --demo");
+        options.push_back(file("out", "FILE",
+                               "write the leads to FILE, replacing it, instead of standard "
+                               "output"));
+        options.push_back(foundLeadsFormatOption());
+        options.push_back(noRecordOption());
+        return OptionTable({
+            .name = QStringLiteral("harvest"),
+            .summary = QStringLiteral(
+                "Harvest leads (and, with --kb, pages) from search engines, a URL list, one URL "
+                "or the demo web (one of --engine, --url, --urls and --demo is needed), as the "
+                "harvest window does. The leads go to standard output "
+                "(or --out), also when Ctrl-C stops the run; progress and the end-of-run "
+                "message go to standard error. Every lead is recorded in the lead database "
+                "with the page it was found in (see corvane-cli leads)."),
+            .options = options,
+            .examples = {QStringLiteral("harvest --demo"),
+                         QStringLiteral("harvest --url http://intranet.local/ --probe "
+                                        "http://intranet.local/ --out leads.csv"),
+                         QStringLiteral("harvest --engine Bing --keywords boats,sails --pages "
+                                        "500 --kb ~/kb --taxonomy Boats")},
+        });
+    }();
+    return table;
 }
 
-Result<void> HarvestCommandLine::parse(const QStringList &args)
+std::optional<int> HarvestCommandLine::parse(const QStringList &args)
 {
-    if (!m_parser.parse(QStringList{QStringLiteral("harvest")} + args))
-        return fail(m_parser.errorText());
-    if (!m_parser.positionalArguments().isEmpty())
-        return fail(QStringLiteral("harvest takes no argument \"%1\"")
-                        .arg(m_parser.positionalArguments().first()));
-    const int sources =
-        int(m_parser.isSet(m_engine)) + int(m_parser.isSet(m_url)) + int(m_parser.isSet(m_urls));
+    auto parsed = optionTable().parse(args);
+    if (const auto *exit = std::get_if<ExitNow>(&parsed))
+        return exit->code;
+    m_options = std::get<OptionValues>(std::move(parsed));
+    if (const auto refused = refuseFormatWithoutRecording(m_options))
+        return refused;
+    const int sources = int(isSet("engine")) + int(isSet("url")) + int(isSet("urls"));
     if (sources > 1 || (sources == 0 && !demo()))
-        return fail(QStringLiteral("harvest needs one of --engine, --url and --urls, or --demo"));
-    if (!m_parser.value(m_profile).isEmpty() && !parseCrawlProfile(m_parser.value(m_profile)))
-        return fail(QStringLiteral("--profile is classic or modern, not \"%1\"")
-                        .arg(m_parser.value(m_profile)));
-    const struct
-    {
-        const QCommandLineOption &option;
-        int low, high;
-        const char *wanted;
-    } numbers[] = {
-        {m_firstPage, 1, kMaxFirstResultPage, "a result page from 1 to %1"},
-        {m_delay, 0, kMaxSiteDelayMs, "a whole number of milliseconds from 0 to %1"},
-        {m_sitePages, 0, kMaxSitePages, "a whole number of pages from 0 (no cap) to %1"},
-    };
-    for (const auto &number : numbers) {
-        if (m_parser.isSet(number.option) &&
-            !wholeNumber(m_parser.value(number.option), number.low, number.high))
-            return fail(QStringLiteral("--%1 wants %2, not \"%3\"")
-                            .arg(number.option.names().first(),
-                                 QString::fromLatin1(number.wanted).arg(number.high),
-                                 m_parser.value(number.option)));
-    }
-    if (m_parser.isSet(m_kb) || demo())
-        return {};
-    if (m_parser.isSet(m_taxonomy) || m_parser.isSet(m_kbName) || m_parser.isSet(m_favorites))
-        return fail(QStringLiteral("--taxonomy, --kb-name and --favorites need --kb ROOT"));
-    return {};
+        return usageError(
+            QStringLiteral("harvest needs one of --engine, --url and --urls, or --demo"));
+    if (isSet("kb") || demo())
+        return std::nullopt;
+    if (isSet("taxonomy") || isSet("kb-name") || isSet("favorites"))
+        return usageError(QStringLiteral("--taxonomy, --kb-name and --favorites need --kb ROOT"));
+    return std::nullopt;
+}
+
+bool HarvestCommandLine::isSet(const char *name) const
+{
+    return m_options.isSet(QLatin1String(name));
+}
+
+QString HarvestCommandLine::value(const char *name) const
+{
+    return m_options.value(QLatin1String(name));
+}
+
+QStringList HarvestCommandLine::values(const char *name) const
+{
+    return commaList(m_options.values(QLatin1String(name)));
 }
 
 std::optional<HarvestSetupError> HarvestCommandLine::fillJob(HarvestJob &job,
@@ -210,11 +256,11 @@ std::optional<HarvestSetupError> HarvestCommandLine::fillJob(HarvestJob &job,
     const auto demoUrl = [&](QString url) {
         return demoWeb ? url.replace(QStringLiteral("{{HOST}}"), demoWeb->hostAndPort()) : url;
     };
-    if (m_parser.isSet(m_engine)) {
+    if (isSet("engine")) {
         job.searchType = SearchType::SearchEngines;
         if (const auto error = GetSearchEngineList(provider, job.engines))
             writeErr(*error + QLatin1Char('\n'));
-        const QString wanted = m_parser.value(m_engine).trimmed();
+        const QString wanted = value("engine").trimmed();
         qsizetype found = -1;
         for (qsizetype row = 0; row < job.engines.count() && found < 0; ++row)
             if (job.engines.at(row).text.trimmed().compare(wanted, Qt::CaseInsensitive) == 0)
@@ -223,13 +269,13 @@ std::optional<HarvestSetupError> HarvestCommandLine::fillJob(HarvestJob &job,
             return usage(QStringLiteral("no search engine \"%1\" (engines: %2)")
                              .arg(wanted, job.engines.texts().join(QStringLiteral(", "))));
         job.engines.setMarked(found, true);
-        appendChecked(job.keywords, commaList(m_parser.values(m_keywords)));
-    } else if (m_parser.isSet(m_url)) {
+        appendChecked(job.keywords, values("keywords"));
+    } else if (isSet("url")) {
         job.searchType = SearchType::SingleUrl;
-        job.url = demoUrl(m_parser.value(m_url));
-    } else if (m_parser.isSet(m_urls)) {
+        job.url = demoUrl(value("url"));
+    } else if (isSet("urls")) {
         job.searchType = SearchType::UrlList;
-        if (const auto error = readUrlFile(m_parser.value(m_urls), job))
+        if (const auto error = readUrlFile(value("urls"), job))
             return error;
         QList<JobListEntry> urls = job.urlList.entries();
         for (JobListEntry &entry : urls)
@@ -241,61 +287,54 @@ std::optional<HarvestSetupError> HarvestCommandLine::fillJob(HarvestJob &job,
             job.urlList.append(demoWeb->url(QString::fromLatin1(site)), true);
     }
 
-    if (m_parser.isSet(m_minutes))
-        job.stopAfter = m_parser.value(m_minutes);
-    if (m_parser.isSet(m_pages))
-        job.maxPages = m_parser.value(m_pages);
-    if (m_parser.isSet(m_leads))
-        job.maxLeads = m_parser.value(m_leads);
-    job.pageTimeout = m_parser.isSet(m_timeout) ? m_parser.value(m_timeout)
-                                                : (demoWeb ? QStringLiteral("5") : job.pageTimeout);
-    bool timeoutOk = false;
-    const int timeoutSeconds = job.pageTimeout.trimmed().toInt(&timeoutOk);
-    if (!timeoutOk || timeoutSeconds < 1 || timeoutSeconds > 600)
-        return usage(
-            QStringLiteral("--timeout is a whole number of seconds from 1 to 600, not \"%1\"")
-                .arg(job.pageTimeout));
+    if (isSet("minutes"))
+        job.stopAfter = value("minutes");
+    if (isSet("pages"))
+        job.maxPages = value("pages");
+    if (isSet("leads"))
+        job.maxLeads = value("leads");
+    job.pageTimeout =
+        isSet("timeout") ? value("timeout") : (demoWeb ? QStringLiteral("5") : job.pageTimeout);
 
-    appendChecked(job.excludedDomains, commaList(m_parser.values(m_excludeDomain)));
-    const Result<EmailTypeMode> typeMode = emailTypeMode(m_parser);
+    appendChecked(job.excludedDomains, values("exclude-domain"));
+    const Result<EmailTypeMode> typeMode = emailTypeMode(m_options);
     if (!typeMode)
         return usage(typeMode.message());
     job.typeMode = *typeMode;
-    appendChecked(job.excludedEmailTypes, commaList(m_parser.values(m_excludeType)));
-    appendChecked(job.includedEmailTypes, commaList(m_parser.values(m_includeType)));
-    job.excludeEmailExtraction = m_parser.isSet(m_noEmails);
-    job.createFavorites = m_parser.isSet(m_favorites);
-    job.remoteDns = m_parser.isSet(m_remoteDns);
-    if (m_parser.isSet(m_proxy)) {
-        if (const auto error = applyProxy(m_parser.value(m_proxy), job))
+    appendChecked(job.excludedEmailTypes, values("exclude-type"));
+    appendChecked(job.includedEmailTypes, values("include-type"));
+    job.excludeEmailExtraction = isSet("no-emails");
+    job.createFavorites = isSet("favorites");
+    job.remoteDns = isSet("remote-dns");
+    if (isSet("proxy")) {
+        if (const auto error = applyProxy(value("proxy"), job))
             return error;
     }
 
-    job.profile = parseCrawlProfile(m_parser.value(m_profile))
+    job.profile = parseCrawlProfile(value("profile"))
                       .value_or(demoWeb ? CrawlProfile::Modern : CrawlProfile::Classic);
     if (job.profile != CrawlProfile::Modern &&
-        (m_parser.isSet(m_firstPage) || m_parser.isSet(m_delay) || m_parser.isSet(m_sitePages)))
+        (isSet("first-page") || isSet("delay") || isSet("site-pages")))
         return usage(QStringLiteral("--first-page, --delay and --site-pages belong to the modern "
                                     "profile (--profile modern)"));
-    if (m_parser.isSet(m_firstPage))
-        job.firstResultPage = m_parser.value(m_firstPage).trimmed().toInt();
+    if (isSet("first-page"))
+        job.firstResultPage = value("first-page").trimmed().toInt();
     // The demo web is served by this program itself: nobody else's site to spare.
-    job.siteDelayMs = m_parser.isSet(m_delay) ? m_parser.value(m_delay).trimmed().toInt()
-                      : demoWeb               ? 0
-                                              : job.siteDelayMs;
-    if (m_parser.isSet(m_sitePages))
-        job.sitePageCap = m_parser.value(m_sitePages).trimmed().toInt();
-    job.probeAddress = m_parser.isSet(m_probe) ? m_parser.value(m_probe)
-                       : demoWeb               ? demoWeb->url(QStringLiteral("/"))
-                                               : QString();
+    job.siteDelayMs = isSet("delay") ? value("delay").trimmed().toInt()
+                      : demoWeb      ? 0
+                                     : job.siteDelayMs;
+    if (isSet("site-pages"))
+        job.sitePageCap = value("site-pages").trimmed().toInt();
+    job.probeAddress = isSet("probe") ? value("probe")
+                       : demoWeb      ? demoWeb->url(QStringLiteral("/"))
+                                      : QString();
 
-    if (m_parser.isSet(m_kb) || demoWeb) {
+    if (isSet("kb") || demoWeb) {
         job.buildKnowledgeBase = true;
         job.knowledgeBaseRoot =
-            m_parser.isSet(m_kb)
-                ? m_parser.value(m_kb)
-                : QDir(DataFolder::root()).filePath(QStringLiteral("KnowledgeBases"));
-        QStringList terms = commaList(m_parser.values(m_taxonomy));
+            isSet("kb") ? value("kb")
+                        : QDir(DataFolder::root()).filePath(QStringLiteral("KnowledgeBases"));
+        QStringList terms = values("taxonomy");
         if (terms.isEmpty() && demoWeb)
             terms = {QStringLiteral("Tools"), QStringLiteral("Books"), QStringLiteral("Sailing")};
         if (terms.isEmpty())
@@ -320,7 +359,7 @@ HarvestCommandLine::prepareRun(HarvestJob &job, SearchListProvider &provider,
     if (const JobCheck check = validateStart(job); !check.passed())
         return refusalOf(check.message, check.conversion);
     if (job.buildKnowledgeBase) {
-        QString name = m_parser.value(m_kbName).trimmed();
+        QString name = value("kb-name").trimmed();
         if (name.isEmpty())
             name = demoWeb ? QStringLiteral("Demo") : QStringLiteral("Harvest");
         // A name the disk would refuse is a wrong call, not a failed run.

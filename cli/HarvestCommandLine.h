@@ -1,11 +1,13 @@
 #pragma once
 
+#include "OptionTable.h"
+
 #include "engine/RunDescription.h"
 
-#include <QCommandLineParser>
 #include <QString>
 #include <QStringList>
 
+#include <optional>
 #include <variant>
 
 namespace corvane {
@@ -31,14 +33,19 @@ struct HarvestSetupError
 class HarvestCommandLine
 {
 public:
-    HarvestCommandLine();
+    // The flags, their meanings and defaults: the parser, --help, the manual page and the
+    // completion come from this table.
+    static const OptionTable &optionTable();
 
-    // Reads the arguments (without the command's name); a usage message on failure.
-    Result<void> parse(const QStringList &args);
+    // Reads the arguments (without the command's name). The exit code when the command ends
+    // here: help was shown, or a bad call reported on stderr.
+    std::optional<int> parse(const QStringList &args);
 
-    bool demo() const { return m_parser.isSet(m_demo); }
-    QString outFile() const { return m_parser.value(m_out); }
-    bool hasOutFile() const { return m_parser.isSet(m_out); }
+    bool demo() const { return isSet("demo"); }
+    QString outFile() const { return value("out"); }
+    bool hasOutFile() const { return isSet("out"); }
+    bool recording() const { return !isSet("no-record"); }
+    QString format() const { return value("format"); }
 
     // Fills job, names its knowledge base (which adds a mail group) and turns it into a run.
     // demo is the running demo web server with --demo, else null.
@@ -49,11 +56,12 @@ private:
     std::optional<HarvestSetupError> fillJob(HarvestJob &job, SearchListProvider &provider,
                                              const DemoWebServer *demo) const;
 
-    QCommandLineParser m_parser;
-    QCommandLineOption m_engine, m_keywords, m_url, m_urls, m_minutes, m_pages, m_leads, m_timeout,
-        m_excludeDomain, m_excludeType, m_includeType, m_kb, m_kbName, m_taxonomy, m_favorites,
-        m_noEmails, m_proxy, m_remoteDns, m_profile, m_probe, m_out, m_demo, m_firstPage, m_delay,
-        m_sitePages;
+    bool isSet(const char *name) const;
+    QString value(const char *name) const;
+    // Every value of a repeatable flag, each split at its commas.
+    QStringList values(const char *name) const;
+
+    OptionValues m_options;
 };
 
 } // namespace corvane::cli

@@ -14,6 +14,21 @@ struct Overloaded : Ts...
     using Ts::operator()...;
 };
 
+// The options every command takes besides its own.
+const OptionSpec kQuietOption{.name = QStringLiteral("quiet"),
+                              .help = QStringLiteral("no progress and no messages, only errors")};
+const OptionSpec kHelpOption{.name = QStringLiteral("help"),
+                             .help = QStringLiteral("show this help")};
+
+// "-q, --quiet"
+QString commonOptionNames(const OptionSpec &option)
+{
+    return QStringLiteral("-%1, --%2").arg(option.name.at(0)).arg(option.name);
+}
+
+// Option names wider than this put their meaning on the next line.
+constexpr qsizetype kNameColumn = 26;
+
 bool takesValue(const OptionSpec &option)
 {
     return !std::holds_alternative<FlagValue>(option.kind);
@@ -34,10 +49,14 @@ QString optionHelp(const OptionSpec &option)
     QString text = option.help;
     if (const auto *choice = std::get_if<ChoiceValue>(&option.kind))
         text += QStringLiteral(": ") + choiceList(choice->choices);
+    if (option.repeatable)
+        text += QStringLiteral("; may be given more than once");
+    const QString shownDefault =
+        option.shownDefault.isEmpty() ? option.defaultValue : option.shownDefault;
     if (option.required)
         text += QStringLiteral(" (required)");
-    else if (!option.defaultValue.isEmpty())
-        text += QStringLiteral(" (default: %1)").arg(option.defaultValue);
+    else if (!shownDefault.isEmpty())
+        text += QStringLiteral(" (default: %1)").arg(shownDefault);
     return text;
 }
 
@@ -47,17 +66,6 @@ QString optionSynopsis(const OptionSpec &option)
     if (takesValue(option))
         text += QLatin1Char(' ') + option.valueName;
     return text;
-}
-
-// roff text: backslashes and hyphens escaped, no line taken for a request.
-QString roff(const QString &text)
-{
-    QString escaped = text;
-    escaped.replace(QLatin1Char('\\'), QStringLiteral("\\e"));
-    escaped.replace(QLatin1Char('-'), QStringLiteral("\\-"));
-    if (escaped.startsWith(QLatin1Char('.')) || escaped.startsWith(QLatin1Char('\'')))
-        escaped.prepend(QStringLiteral("\\&"));
-    return escaped;
 }
 
 QString valueProblem(const OptionSpec &option, const QString &value)
@@ -94,7 +102,57 @@ QString valueProblem(const OptionSpec &option, const QString &value)
 
 } // namespace
 
-OptionTable::OptionTable(CommandSpec spec) : m_spec(std::move(spec)) {}
+QString roff(const QString &text)
+{
+    QString escaped = text;
+    escaped.replace(QLatin1Char('\\'), QStringLiteral("\\e"));
+    escaped.replace(QLatin1Char('-'), QStringLiteral("\\-"));
+    if (escaped.startsWith(QLatin1Char('.')) || escaped.startsWith(QLatin1Char('\'')))
+        escaped.prepend(QStringLiteral("\\&"));
+    return escaped;
+}
+
+QString wrappedWords(const QStringList &words, qsizetype width, qsizetype indent, qsizetype start)
+{
+    QString out;
+    qsizetype column = start;
+    bool first = true;
+    for (const QString &word : words) {
+        if (!first && column + 1 + word.size() > width) {
+            out += QLatin1Char('\n') + QString(indent, QLatin1Char(' '));
+            column = indent;
+        } else if (!first) {
+            out += QLatin1Char(' ');
+            ++column;
+        }
+        out += word;
+        column += word.size();
+        first = false;
+    }
+    return out;
+}
+
+QString wrapped(const QString &text, qsizetype width, qsizetype indent, qsizetype start)
+{
+    return wrappedWords(text.split(QLatin1Char(' '), Qt::SkipEmptyParts), width, indent, start);
+}
+
+QString optionLines(const QString &names, const QString &help, qsizetype column)
+{
+    QString text = QStringLiteral("  ") + names;
+    if (names.size() + 4 > column)
+        text += QLatin1Char('\n') + QString(column, QLatin1Char(' '));
+    else
+        text += QString(column - 2 - names.size(), QLatin1Char(' '));
+    return text + wrapped(help, kHelpWidth, column, column) + QLatin1Char('\n');
+}
+
+OptionTable::OptionTable(CommandSpec spec) : m_spec(std::move(spec))
+{
+    for ([[maybe_unused]] const OptionSpec &option : m_spec.options)
+        Q_ASSERT_X(option.name != kQuietOption.name && option.name != kHelpOption.name,
+                   "OptionTable", "every command has --quiet and --help already");
+}
 
 const OptionSpec *OptionTable::find(const QString &word) const
 {
@@ -105,23 +163,30 @@ const OptionSpec *OptionTable::find(const QString &word) const
     return nullptr;
 }
 
+QList<QCommandLineOption> OptionTable::acceptedOptions() const
+{
+    QList<QCommandLineOption> options;
+    for (const OptionSpec *common : {&kHelpOption, &kQuietOption})
+        options.append(QCommandLineOption({common->name.left(1), common->name}, common->help));
+    for (const OptionSpec &option : m_spec.options) {
+        options.append(takesValue(option)
+                           ? QCommandLineOption(option.name, option.help, option.valueName)
+                           : QCommandLineOption(option.name, option.help));
+    }
+    return options;
+}
+
 std::variant<OptionValues, ExitNow> OptionTable::parse(const QStringList &args) const
 {
     QCommandLineParser parser;
-    const QCommandLineOption help({QStringLiteral("h"), QStringLiteral("help")},
-                                  QStringLiteral("show this help"));
-    parser.addOption(help);
-    for (const OptionSpec &option : m_spec.options) {
-        parser.addOption(takesValue(option)
-                             ? QCommandLineOption(option.name, option.help, option.valueName)
-                             : QCommandLineOption(option.name, option.help));
-    }
+    parser.addOptions(acceptedOptions());
     if (!parser.parse(QStringList{m_spec.name} + args))
         return ExitNow{usageError(parser.errorText())};
-    if (parser.isSet(help)) {
+    if (parser.isSet(kHelpOption.name)) {
         writeOut(helpText());
         return ExitNow{kExitOk};
     }
+    setQuiet(parser.isSet(kQuietOption.name));
 
     OptionValues values;
     values.m_positional = parser.positionalArguments();
@@ -133,52 +198,65 @@ std::variant<OptionValues, ExitNow> OptionTable::parse(const QStringList &args) 
             if (option.required)
                 return ExitNow{usageError(
                     QStringLiteral("%1 needs %2").arg(m_spec.name, optionSynopsis(option)))};
-            values.m_values.insert(option.name, option.defaultValue);
+            values.m_values.insert(option.name, option.defaultValue.isEmpty()
+                                                    ? QStringList()
+                                                    : QStringList{option.defaultValue});
             continue;
         }
-        const QString value = takesValue(option) ? parser.value(option.name) : QString();
-        if (const QString problem = valueProblem(option, value); !problem.isEmpty())
-            return ExitNow{usageError(problem)};
+        const QStringList given =
+            takesValue(option) ? parser.values(option.name) : QStringList{QString()};
+        for (const QString &value : given) {
+            if (const QString problem = valueProblem(option, value); !problem.isEmpty())
+                return ExitNow{usageError(problem)};
+        }
         values.m_given.insert(option.name);
-        values.m_values.insert(option.name, value);
+        values.m_values.insert(option.name,
+                               option.repeatable ? given : given.mid(given.size() - 1));
     }
     return values;
 }
 
+QStringList OptionTable::usageWords() const
+{
+    QStringList words{QStringLiteral("corvane-cli"), m_spec.name};
+    for (const OptionSpec &option : m_spec.options)
+        words << (option.required ? optionSynopsis(option)
+                                  : QStringLiteral("[%1]").arg(optionSynopsis(option)));
+    if (!m_spec.arguments.isEmpty())
+        words << m_spec.arguments;
+    return words;
+}
+
 QString OptionTable::usageLine() const
 {
-    QString line = QStringLiteral("corvane-cli ") + m_spec.name;
-    for (const OptionSpec &option : m_spec.options)
-        line += option.required ? QLatin1Char(' ') + optionSynopsis(option)
-                                : QStringLiteral(" [%1]").arg(optionSynopsis(option));
-    if (!m_spec.arguments.isEmpty())
-        line += QLatin1Char(' ') + m_spec.arguments;
-    return line;
+    return usageWords().join(QLatin1Char(' '));
 }
 
 QString OptionTable::helpText() const
 {
-    const QString helpNames = QStringLiteral("-h, --help");
-    qsizetype width = helpNames.size();
-    for (const OptionSpec &option : m_spec.options)
-        width = std::max(width, optionSynopsis(option).size());
-    width += 3;
+    qsizetype column = commonOptionNames(kHelpOption).size();
+    for (const OptionSpec &option : m_spec.options) {
+        if (const qsizetype width = optionSynopsis(option).size(); width <= kNameColumn)
+            column = std::max(column, width);
+    }
+    column += 4;
 
-    QString text = QStringLiteral("usage: %1\n\n%2\n").arg(usageLine(), m_spec.summary);
+    QString text =
+        QStringLiteral("usage: %1\n\n%2\n")
+            .arg(wrappedWords(usageWords(), kHelpWidth, 7 + 12 + m_spec.name.size() + 1, 7),
+                 wrapped(m_spec.summary, kHelpWidth, 0, 0));
     text += QStringLiteral("\nOptions:\n");
     for (const OptionSpec &option : m_spec.options)
-        text += QStringLiteral("  %1%2\n")
-                    .arg(optionSynopsis(option), -int(width))
-                    .arg(optionHelp(option));
-    text += QStringLiteral("  %1%2\n")
-                .arg(helpNames, -int(width))
-                .arg(QStringLiteral("show this help"));
+        text += optionLines(optionSynopsis(option), optionHelp(option), column);
+    for (const OptionSpec *common : {&kQuietOption, &kHelpOption})
+        text += optionLines(commonOptionNames(*common), common->help, column);
     if (!m_spec.examples.isEmpty()) {
         text += m_spec.examples.size() == 1 ? QStringLiteral("\nExample:\n")
                                             : QStringLiteral("\nExamples:\n");
         for (const QString &example : m_spec.examples)
             text += QStringLiteral("  corvane-cli %1\n").arg(example);
     }
+    text += QStringLiteral("\nExit status: %1.\n").arg(exitStatusSummary());
     return text;
 }
 
@@ -194,8 +272,15 @@ QString OptionTable::manSection() const
             text += QStringLiteral(" \\fI%1\\fR").arg(roff(option.valueName));
         text += QLatin1Char('\n') + roff(optionHelp(option)) + QLatin1Char('\n');
     }
+    for (const OptionSpec *common : {&kQuietOption, &kHelpOption})
+        text += QStringLiteral(".TP\n\\fB\\-%1\\fR, \\fB\\-\\-%2\\fR\n%3\n")
+                    .arg(common->name.at(0))
+                    .arg(roff(common->name), roff(common->help));
+    if (!m_spec.examples.isEmpty())
+        text += m_spec.examples.size() == 1 ? QStringLiteral(".PP\nExample:\n")
+                                            : QStringLiteral(".PP\nExamples:\n");
     for (const QString &example : m_spec.examples)
-        text += QStringLiteral(".PP\n.RS\n.nf\n%1\n.fi\n.RE\n")
+        text += QStringLiteral(".RS\n.nf\n%1\n.fi\n.RE\n")
                     .arg(roff(QStringLiteral("corvane-cli ") + example));
     return text;
 }
@@ -210,7 +295,7 @@ QStringList OptionTable::completionWords(const QString &previousWord) const
     QStringList words;
     for (const OptionSpec &option : m_spec.options)
         words << QStringLiteral("--") + option.name;
-    words << QStringLiteral("--help");
+    words << QStringLiteral("--quiet") << QStringLiteral("--help");
     return words;
 }
 
@@ -219,11 +304,43 @@ QString subcommandHelp(const QString &command, const QString &summary,
 {
     QString text =
         QStringLiteral("usage: corvane-cli %1 SUBCOMMAND [OPTIONS]\n\n%2\n\nSubcommands:\n")
-            .arg(command, summary);
+            .arg(command, wrapped(summary, kHelpWidth, 0, 0));
     for (const OptionTable *table : subcommands)
-        text += QStringLiteral("  %1\n      %2\n").arg(table->usageLine(), table->spec().summary);
+        text += QStringLiteral("  %1\n      %2\n")
+                    .arg(wrappedWords(table->usageWords(), kHelpWidth, 4, 2),
+                         wrapped(table->spec().summary, kHelpWidth, 6, 6));
     text += QStringLiteral("\nEach subcommand answers --help with its options and an example.\n");
+    text += QStringLiteral("\nExit status: %1.\n").arg(exitStatusSummary());
     return text;
+}
+
+int runSubcommand(const QString &command, const QString &summary,
+                  const std::vector<Subcommand> &subcommands, const QStringList &args)
+{
+    const QString word = args.value(0);
+    for (const Subcommand &subcommand : subcommands) {
+        if (subcommand.table.spec().name == command + QLatin1Char(' ') + word) {
+            const auto parsed = subcommand.table.parse(args.mid(1));
+            if (const auto *exit = std::get_if<ExitNow>(&parsed))
+                return exit->code;
+            return subcommand.run(std::get<OptionValues>(parsed));
+        }
+    }
+    std::vector<const OptionTable *> tables;
+    QStringList names;
+    for (const Subcommand &subcommand : subcommands) {
+        tables.push_back(&subcommand.table);
+        names << subcommand.table.spec().name.mid(command.size() + 1);
+    }
+    if (word == QLatin1String("--help") || word == QLatin1String("-h")) {
+        writeOut(subcommandHelp(command, summary, tables));
+        return kExitOk;
+    }
+    if (word.isEmpty())
+        return usageError(QStringLiteral("%1 needs %2 (see corvane-cli %1 --help)")
+                              .arg(command, choiceList(names)));
+    return usageError(
+        QStringLiteral("%1 has no subcommand %2 (see corvane-cli %1 --help)").arg(command, word));
 }
 
 } // namespace corvane::cli

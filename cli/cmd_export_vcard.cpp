@@ -8,7 +8,6 @@
 
 #include "exchange/LeadExport.h"
 
-#include <QCommandLineParser>
 #include <QFileInfo>
 
 using namespace corvane;
@@ -16,26 +15,36 @@ using namespace corvane::cli;
 
 namespace {
 
-int runExportVcard(const QStringList &args)
+const OptionTable &exportTable()
 {
-    QCommandLineParser parser;
-    const QCommandLineOption categoryOption(QStringLiteral("category"),
-                                            QStringLiteral("category of the contacts"),
-                                            QStringLiteral("NAME"));
-    const QCommandLineOption outOption(QStringLiteral("out"), QStringLiteral("vCard file to write"),
-                                       QStringLiteral("FILE"));
-    parser.addOptions({categoryOption, outOption});
-    parser.addPositionalArgument(QStringLiteral("LEADFILE"),
-                                 QStringLiteral("lead file or sheet to export"));
-    if (!parser.parse(QStringList{QStringLiteral("export-vcard")} + args))
-        return usageError(parser.errorText());
-    const QStringList positional = parser.positionalArguments();
+    static const OptionTable table({
+        .name = QStringLiteral("export-vcard"),
+        .summary = QStringLiteral("Write the leads of a lead file or sheet (.csv, .txt, .xlsx, "
+                                  ".xls) as vCard 3.0 contacts, one card per lead, for mail "
+                                  "programs to import; the export is recorded in the lead "
+                                  "database."),
+        .arguments = QStringLiteral("LEADFILE"),
+        .options = {{.name = QStringLiteral("category"),
+                     .valueName = QStringLiteral("NAME"),
+                     .help = QStringLiteral("the category of the contacts"),
+                     .kind = TextValue{},
+                     .required = true},
+                    {.name = QStringLiteral("out"),
+                     .valueName = QStringLiteral("FILE"),
+                     .help = QStringLiteral("the vCard file to write, replaced whole"),
+                     .kind = FileValue{},
+                     .required = true}},
+        .examples = {QStringLiteral("export-vcard --category Prospects --out leads.vcf "
+                                    "leads.csv")},
+    });
+    return table;
+}
+
+int runExportVcard(const OptionValues &options)
+{
+    const QStringList positional = options.positional();
     if (positional.size() != 1)
         return usageError(QStringLiteral("export-vcard needs exactly one LEADFILE"));
-    if (!parser.isSet(categoryOption))
-        return usageError(QStringLiteral("export-vcard needs --category NAME"));
-    if (!parser.isSet(outOption) || parser.value(outOption).isEmpty())
-        return usageError(QStringLiteral("export-vcard needs --out FILE.vcf"));
     const QString leadFile = positional.first();
     if (!QFileInfo(leadFile).isFile())
         return usageError(QStringLiteral("no such lead file: %1").arg(leadFile));
@@ -43,18 +52,24 @@ int runExportVcard(const QStringList &args)
     LeadExport exporter;
     if (auto fetched = exporter.fetch(leadFile); !fetched)
         return usageError(fetched.message());
-    const Result<QString> exported =
-        exporter.exportTo(parser.value(outOption), parser.value(categoryOption));
+    QObject::connect(&exporter, &LeadExport::recordingProblem, [](const QString &problem) {
+        warning(QStringLiteral("the export is not recorded in the lead database: ") + problem);
+    });
+    const Result<QString> exported = exporter.exportTo(options.value(QStringLiteral("out")),
+                                                       options.value(QStringLiteral("category")));
     if (!exported)
         return failure(exported.message());
     if (*exported == LeadExport::kNoLeadsMessage)
         return failure(*exported);
-    writeErr(*exported + QLatin1Char('\n'));
+    writeMessage(*exported + QLatin1Char('\n'));
     return kExitOk;
 }
 
 const CommandRegistration reg(QStringLiteral("export-vcard"),
                               QStringLiteral("write a lead file's leads as vCard contacts"),
-                              runExportVcard);
+                              [](const QStringList &args) {
+                                  return runWithOptions(exportTable(), args, runExportVcard);
+                              },
+                              {&exportTable()});
 
 } // namespace

@@ -7,60 +7,66 @@
 #include "analysis/PageSource.h"
 #include "analysis/TextSet.h"
 
-#include <QCommandLineParser>
-
 #include <cstdio>
+#include <limits>
 
 using namespace corvane;
 using namespace corvane::cli;
 
 namespace {
 
-int runExtract(const QStringList &args)
+const OptionTable &extractTable()
 {
-    QCommandLineParser parser;
-    parser.addOptions({
-        {QStringLiteral("filter-list"), QStringLiteral("accepted domain endings, \"#\"-terminated"),
-         QStringLiteral("TEXT")},
-        {QStringLiteral("exclude-domain"), QStringLiteral("reject domains containing D"),
-         QStringLiteral("D")},
-        {QStringLiteral("exclude-type"), QStringLiteral("reject this e-mail type"),
-         QStringLiteral("T")},
-        {QStringLiteral("include-type"), QStringLiteral("accept only these e-mail types"),
-         QStringLiteral("T")},
-        {QStringLiteral("limit"), QStringLiteral("stop accepting after N leads"),
-         QStringLiteral("N")},
-    });
-    parser.addPositionalArgument(QStringLiteral("FILE"),
-                                 QStringLiteral("page text, or - for standard input"));
-    if (!parser.parse(QStringList{QStringLiteral("corvane-cli extract")} + args))
-        return usageError(parser.errorText());
+    static const OptionTable table = [] {
+        std::vector<OptionSpec> options{
+            {.name = QStringLiteral("filter-list"),
+             .valueName = QStringLiteral("TEXT"),
+             .help = QStringLiteral("the address endings to accept, each ended by \"#\" "
+                                    "(\".com#.co.uk#\")"),
+             .kind = TextValue{},
+             .shownDefault = QStringLiteral("the bundled list")}};
+        for (OptionSpec &option : leadFilterOptions())
+            options.push_back(std::move(option));
+        options.push_back({.name = QStringLiteral("limit"),
+                           .valueName = QStringLiteral("N"),
+                           .help = QStringLiteral("accept at most N leads"),
+                           .kind = NumberValue{0, std::numeric_limits<qint32>::max()},
+                           .shownDefault = QStringLiteral("no limit")});
+        return OptionTable({
+            .name = QStringLiteral("extract"),
+            .summary = QStringLiteral("Print the leads a harvest would accept from a page (FILE, "
+                                      "or standard input when FILE is - or missing), one per "
+                                      "line, in the order found."),
+            .arguments = QStringLiteral("[FILE]"),
+            .options = options,
+            .examples = {QStringLiteral("extract --exclude-type info,sales page.html"),
+                         QStringLiteral("extract --filter-list '.de#.at#' - < page.html")},
+        });
+    }();
+    return table;
+}
 
+int runExtract(const OptionValues &options)
+{
     LeadFilters filters;
-    if (parser.isSet(QStringLiteral("filter-list"))) {
-        filters.addressFilters = AddressFilterList(parser.value(QStringLiteral("filter-list")));
+    if (options.isSet(QStringLiteral("filter-list"))) {
+        filters.addressFilters = AddressFilterList(options.value(QStringLiteral("filter-list")));
     } else {
         filters.addressFilters = AddressFilterList::bundled();
         if (filters.addressFilters.isEmpty())
             return failure(QStringLiteral("the bundled address filter list cannot be read"));
     }
-    filters.excludedDomains = parser.values(QStringLiteral("exclude-domain"));
-    filters.excludedTypes = parser.values(QStringLiteral("exclude-type"));
-    filters.includedTypes = parser.values(QStringLiteral("include-type"));
-    const Result<EmailTypeMode> typeMode = emailTypeMode(parser);
+    filters.excludedDomains = commaList(options.values(QStringLiteral("exclude-domain")));
+    filters.excludedTypes = commaList(options.values(QStringLiteral("exclude-type")));
+    filters.includedTypes = commaList(options.values(QStringLiteral("include-type")));
+    const Result<EmailTypeMode> typeMode = emailTypeMode(options);
     if (!typeMode)
         return usageError(typeMode.message());
     filters.typeMode = *typeMode;
-    if (parser.isSet(QStringLiteral("limit"))) {
-        bool ok = false;
-        const int limit = parser.value(QStringLiteral("limit")).toInt(&ok);
-        if (!ok)
-            return usageError(QStringLiteral("--limit needs a whole number, got \"%1\"")
-                                  .arg(parser.value(QStringLiteral("limit"))));
-        filters.leadLimit = limit;
-    }
+    if (options.isSet(QStringLiteral("limit")))
+        filters.leadLimit = options.number(QStringLiteral("limit"));
 
-    const auto source = PageSource::fromArguments(parser.positionalArguments());
+    const auto source = PageSource::fromArguments(options.positional());
     if (!source)
         return usageError(source.message());
 
@@ -76,7 +82,9 @@ int runExtract(const QStringList &args)
     return kExitOk;
 }
 
-CommandRegistration reg(QStringLiteral("extract"),
-                        QStringLiteral("print the accepted leads of a page"), runExtract);
+const CommandRegistration
+    reg(QStringLiteral("extract"), QStringLiteral("print the accepted leads of a page"),
+        [](const QStringList &args) { return runWithOptions(extractTable(), args, runExtract); },
+        {&extractTable()});
 
 } // namespace

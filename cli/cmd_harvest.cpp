@@ -5,14 +5,14 @@
 // The flags (HarvestCommandLine) fill a harvest job and the job becomes a run by the same
 // rules as in the harvest window; a HarvestSession carries it out.
 // The run goes exactly as in the harvest window: the crawl timer takes bursts, the run
-// limits end it, a lost connection waits and resumes. Progress goes to stderr (one live
-// line on a terminal, plain lines otherwise), the end-of-run message to stdout, and the
-// leads to the lead file given by --out (else to stdout), also when Ctrl-C stops the run.
+// limits end it, a lost connection waits and resumes. Only leads go to stdout (none with
+// --out, which writes them as a lead file), also when Ctrl-C stops the run (exit 130);
+// progress (one live line on a terminal, plain lines otherwise), the end-of-run message and
+// the summary go to stderr, and --quiet keeps all but errors off it.
 
 #include "Command.h"
 #include "HarvestCommandLine.h"
 
-#include "common/LeadFile.h"
 #include "engine/DemoWebServer.h"
 #include "engine/HarvestSession.h"
 #include "engine/ResumeController.h"
@@ -84,6 +84,8 @@ public:
 
     void show(const QString &text, bool force = false)
     {
+        if (isQuiet())
+            return;
         if (m_live) {
             writeErr(QStringLiteral("\r%1\x1b[K").arg(text));
             m_open = true;
@@ -122,11 +124,19 @@ private:
     int m_count = 0;
 };
 
+// "... tested by reaching ADDRESS ...": what the run waits for, and how to change it.
+QString connectionWait(const QUrl &probe)
+{
+    return ResumeTexts::Title + QLatin1Char(' ') + ResumeTexts::probeLine(probe) +
+           QStringLiteral(" Tested again every 10 seconds; name another address with --probe "
+                          "URL.");
+}
+
 int harvest(const QStringList &args)
 {
     HarvestCommandLine flags;
-    if (Result<void> parsed = flags.parse(args); !parsed)
-        return usageError(parsed.message());
+    if (const std::optional<int> code = flags.parse(args))
+        return *code;
 
     // The demo web runs in this process; everything below treats it like any site.
     std::unique_ptr<DemoWebServer> demoServer;
@@ -140,6 +150,7 @@ int harvest(const QStringList &args)
 
     HarvestJob job;
     HarvestSession session(job);
+    session.setRecording(flags.recording());
     std::variant<RunDescription, HarvestSetupError> prepared =
         flags.prepareRun(job, session.provider(), demoServer.get());
     if (const HarvestSetupError *error = std::get_if<HarvestSetupError>(&prepared)) {
@@ -173,20 +184,27 @@ int harvest(const QStringList &args)
     });
     QObject::connect(&crawl, &CrawlController::message, [&](const QString &text) {
         progress.finish();
-        writeOut(text + QLatin1Char('\n'));
-        std::fflush(stdout);
+        writeMessage(text + QLatin1Char('\n'));
+    });
+    QObject::connect(&session, &HarvestSession::recordingProblem, [&](const QString &problem) {
+        progress.finish();
+        warning(problem + QStringLiteral(" (the harvest goes on without it)"));
     });
     StoreProblemReport storeProblems(progress);
     QObject::connect(&crawl, &CrawlController::storeProblem,
                      [&](const QString &problem) { storeProblems.add(problem); });
     QObject::connect(&crawl.resume(), &ResumeController::dialogOpened, [&] {
         progress.finish();
-        writeErr(ResumeTexts::Title +
-                 QStringLiteral(" Waiting for the connection; it is tested every 10 seconds.\n"));
+        writeErr(QStringLiteral("corvane-cli: ") + connectionWait(session.probe().address()) +
+                 QLatin1Char('\n'));
     });
 
     QEventLoop loop;
-    QObject::connect(&crawl, &CrawlController::finished, &loop, &QEventLoop::quit);
+    QString endMessage;
+    QObject::connect(&crawl, &CrawlController::finished, &loop, [&](const QString &text) {
+        endMessage = text;
+        loop.quit();
+    });
     bool interrupted = false;
     QEventLoop *waiting = &loop;
     InterruptWatch interrupt([&] {
@@ -211,36 +229,39 @@ int harvest(const QStringList &args)
     progress.show(progressText(), true);
     progress.finish();
     if (interrupted)
-        writeErr(QStringLiteral("Stopped.\n"));
+        writeMessage(kRunStoppedMessage + QLatin1Char('\n'));
+    session.endRecording(interrupted ? kRunStoppedMessage : endMessage);
 
-    const QStringList leads = session.analysis().leads();
-    if (flags.hasOutFile()) {
-        if (Result<void> written = LeadFile::write(flags.outFile(), leads); !written)
-            return failure(written.message());
-        writeErr(QStringLiteral("%1 leads written to %2\n").arg(leads.size()).arg(flags.outFile()));
-    } else {
-        QString text;
-        for (const QString &lead : leads)
-            text += lead + QLatin1Char('\n');
-        writeOut(text);
-    }
+    std::vector<qint64> runs;
+    if (const std::optional<qint64> recorded = session.lastRecordedRun())
+        runs.push_back(*recorded);
+    if (const int written = writeFoundLeads(flags.format(), runs, session.analysis().leads(),
+                                            flags.hasOutFile() ? flags.outFile() : QString());
+        written != kExitOk)
+        return written;
     if (job.buildKnowledgeBase) {
         const QString folder = session.knowledgeBaseFolder();
-        writeErr(
-            QStringLiteral("%1 pages stored in the knowledge base %2; %3 store problems\n")
-                .arg(session.store().pageCounter())
-                .arg(folder.isEmpty()
-                         ? QStringLiteral("below %1").arg(QDir::toNativeSeparators(run.store.root))
-                         : QDir::toNativeSeparators(folder))
-                .arg(storeProblems.count()));
+        const QString where =
+            folder.isEmpty()
+                ? QStringLiteral("below %1").arg(QDir::toNativeSeparators(run.store.root))
+                : QStringLiteral("\"%1\" (%2)")
+                      .arg(session.store().KnowledgeBaseName(), QDir::toNativeSeparators(folder));
+        writeMessage(QStringLiteral("%1 pages stored in the knowledge base %2; %3 store problems\n")
+                         .arg(session.store().pageCounter())
+                         .arg(where)
+                         .arg(storeProblems.count()));
     }
-    return kExitOk;
+    if (const std::optional<qint64> recorded = session.lastRecordedRun())
+        writeMessage(QStringLiteral("Recorded as run %1 in the lead database (corvane-cli leads "
+                                    "list --run %1).\n")
+                         .arg(*recorded));
+    return interrupted ? kExitInterrupted : kExitOk;
 }
 
-CommandRegistration
+const CommandRegistration
     reg(QStringLiteral("harvest"),
         QStringLiteral(
             "harvest leads and pages from search engines, a URL list, one URL or the demo web"),
-        harvest);
+        harvest, {&HarvestCommandLine::optionTable()});
 
 } // namespace

@@ -10,7 +10,6 @@
 #include "common/CrawlProfile.h"
 #include "exchange/BookmarkImport.h"
 
-#include <QCommandLineParser>
 #include <QFile>
 #include <QFileInfo>
 
@@ -19,22 +18,28 @@ using namespace corvane::cli;
 
 namespace {
 
-int runImportBookmarks(const QStringList &args)
+const OptionTable &importTable()
 {
-    QCommandLineParser parser;
-    parser.addOption(profileOption());
-    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("bookmark file"));
-    if (!parser.parse(QStringList{QStringLiteral("import-bookmarks")} + args))
-        return usageError(parser.errorText());
-    const QStringList positional = parser.positionalArguments();
+    static const OptionTable table({
+        .name = QStringLiteral("import-bookmarks"),
+        .summary = QStringLiteral("Print the web addresses a bookmark file (a browser's HTML "
+                                  "bookmark export) gives as start URLs, one per line, in file "
+                                  "order."),
+        .arguments = QStringLiteral("FILE"),
+        .options = {profileOption()},
+        .examples = {QStringLiteral("import-bookmarks --profile modern bookmarks.html > urls.txt")},
+    });
+    return table;
+}
+
+int runImportBookmarks(const OptionValues &options)
+{
+    const QStringList positional = options.positional();
     if (positional.size() != 1)
         return usageError(QStringLiteral("import-bookmarks needs exactly one FILE"));
 
     AnalysisContext ctx;
-    const auto profile = chosenProfile(parser);
-    if (!profile)
-        return usageError(profile.message());
-    ctx.profile = *profile;
+    ctx.profile = chosenProfile(options);
     const QString path = positional.first();
     QFile probe(path);
     if (!QFileInfo(path).isFile() || !probe.open(QIODevice::ReadOnly))
@@ -55,6 +60,9 @@ int runImportBookmarks(const QStringList &args)
 
 const CommandRegistration reg(QStringLiteral("import-bookmarks"),
                               QStringLiteral("print the start URLs of a bookmark file"),
-                              runImportBookmarks);
+                              [](const QStringList &args) {
+                                  return runWithOptions(importTable(), args, runImportBookmarks);
+                              },
+                              {&importTable()});
 
 } // namespace

@@ -29,14 +29,12 @@
 #include <cstdio>
 #include <unistd.h>
 
+#include <optional>
+
 using namespace corvane;
 using namespace corvane::cli;
 
 namespace {
-
-const QString kUsage = QStringLiteral(
-    "usage: corvane-cli kb list | kb show NAME | kb pages NAME "
-    "TERM | kb search QUERY... | kb reindex | kb export-warc NAME FILE | kb import-warc FILE NAME");
 
 Result<KnowledgeBaseRecord> knowledgeBaseNamed(const QString &name)
 {
@@ -151,6 +149,84 @@ int pages(const QString &name, const QString &term)
     }
     writeOut(text);
     return kExitOk;
+}
+
+const OptionTable &listTable()
+{
+    static const OptionTable table({
+        .name = QStringLiteral("kb list"),
+        .summary = QStringLiteral("List the knowledge bases, one a line, tab-separated: number, "
+                                  "name, folder."),
+        .examples = {QStringLiteral("kb list")},
+    });
+    return table;
+}
+
+const OptionTable &showTable()
+{
+    static const OptionTable table({
+        .name = QStringLiteral("kb show"),
+        .summary = QStringLiteral("List the taxonomy terms of knowledge base NAME, one a line, "
+                                  "tab-separated: term, stored pages."),
+        .arguments = QStringLiteral("NAME"),
+        .examples = {QStringLiteral("kb show \"Demo 20240531140000\"")},
+    });
+    return table;
+}
+
+const OptionTable &pagesTable()
+{
+    static const OptionTable table({
+        .name = QStringLiteral("kb pages"),
+        .summary = QStringLiteral("List the pages stored under TERM in knowledge base NAME, one a "
+                                  "line, tab-separated: page number, address, file."),
+        .arguments = QStringLiteral("NAME TERM"),
+        .examples = {QStringLiteral("kb pages \"Demo 20240531140000\" Tools")},
+    });
+    return table;
+}
+
+// The arguments a kb subcommand takes, exactly; a usage message otherwise.
+std::optional<int> wrongArguments(const OptionTable &table, const OptionValues &options,
+                                  qsizetype wanted)
+{
+    if (options.positional().size() == wanted)
+        return std::nullopt;
+    return usageError(QStringLiteral("usage: %1").arg(table.usageLine()));
+}
+
+// The commands read the catalogues of the data folder, which must be there.
+std::optional<int> missingDataFolder()
+{
+    if (QFileInfo(DataFolder::root()).isDir())
+        return std::nullopt;
+    return usageError(
+        QStringLiteral("no data folder at %1").arg(QDir::toNativeSeparators(DataFolder::root())));
+}
+
+int runList(const OptionValues &)
+{
+    if (const auto code = missingDataFolder())
+        return *code;
+    return list();
+}
+
+int runShow(const OptionValues &options)
+{
+    if (const auto code = wrongArguments(showTable(), options, 1))
+        return *code;
+    if (const auto code = missingDataFolder())
+        return *code;
+    return show(options.positional().at(0));
+}
+
+int runPages(const OptionValues &options)
+{
+    if (const auto code = wrongArguments(pagesTable(), options, 2))
+        return *code;
+    if (const auto code = missingDataFolder())
+        return *code;
+    return pages(options.positional().at(0), options.positional().at(1));
 }
 
 const OptionTable &searchTable()
@@ -432,43 +508,35 @@ int importWarc(const OptionValues &options)
     return kExitOk;
 }
 
-int runKb(const QStringList &args)
+// The commands read the catalogues of the data folder, which must be there.
+int inDataFolder(int (*run)(const OptionValues &), const OptionValues &options)
 {
-    if (args.isEmpty())
-        return usageError(kUsage);
-    if (!QFileInfo(DataFolder::root()).isDir())
-        return usageError(QStringLiteral("no data folder at %1")
-                              .arg(QDir::toNativeSeparators(DataFolder::root())));
-    const QString &sub = args.first();
-    struct Subcommand
-    {
-        const OptionTable &table;
-        int (*run)(const OptionValues &options);
-    };
-    for (const Subcommand &subcommand :
-         {Subcommand{searchTable(), search}, Subcommand{reindexTable(), reindex},
-          Subcommand{exportWarcTable(), exportWarc}, Subcommand{importWarcTable(), importWarc}}) {
-        if (subcommand.table.spec().name == QStringLiteral("kb ") + sub) {
-            const auto parsed = subcommand.table.parse(args.mid(1));
-            if (const auto *exit = std::get_if<ExitNow>(&parsed))
-                return exit->code;
-            return subcommand.run(std::get<OptionValues>(parsed));
-        }
-    }
-    if (sub == QLatin1String("list") && args.size() == 1)
-        return list();
-    if (sub == QLatin1String("show") && args.size() == 2)
-        return show(args[1]);
-    if (sub == QLatin1String("pages") && args.size() == 3)
-        return pages(args[1], args[2]);
-    if (sub != QLatin1String("list") && sub != QLatin1String("show") &&
-        sub != QLatin1String("pages"))
-        return usageError(QStringLiteral("unknown kb command %1; %2").arg(sub, kUsage));
-    return usageError(kUsage);
+    if (const auto code = missingDataFolder())
+        return *code;
+    return run(options);
 }
 
-CommandRegistration reg(QStringLiteral("kb"),
-                        QStringLiteral("list and search knowledge bases, their terms and pages"),
-                        runKb);
+int runKb(const QStringList &args)
+{
+    return runSubcommand(
+        QStringLiteral("kb"),
+        QStringLiteral("The stored knowledge bases: their taxonomy terms and pages, a search of "
+                       "their pages, and web-archive export and import."),
+        {{listTable(), runList},
+         {showTable(), runShow},
+         {pagesTable(), runPages},
+         {searchTable(), [](const OptionValues &o) { return inDataFolder(search, o); }},
+         {reindexTable(), [](const OptionValues &o) { return inDataFolder(reindex, o); }},
+         {exportWarcTable(), [](const OptionValues &o) { return inDataFolder(exportWarc, o); }},
+         {importWarcTable(), [](const OptionValues &o) { return inDataFolder(importWarc, o); }}},
+        args);
+}
+
+const CommandRegistration reg(QStringLiteral("kb"),
+                              QStringLiteral("list and search knowledge bases, their terms and "
+                                             "pages"),
+                              runKb,
+                              {&listTable(), &showTable(), &pagesTable(), &searchTable(),
+                               &reindexTable(), &exportWarcTable(), &importWarcTable()});
 
 } // namespace

@@ -14,7 +14,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <cstdio>
 #include <optional>
@@ -203,9 +202,7 @@ int runList(const OptionValues &options)
         return *code;
 
     const QString name = options.value(QStringLiteral("format"));
-    const LeadOutputFormat format = name == QLatin1String("csv")     ? csvFormat()
-                                    : name == QLatin1String("jsonl") ? jsonLinesFormat()
-                                                                     : addressLinesFormat();
+    const LeadOutputFormat format = leadFormatNamed(name).value_or(addressLinesFormat());
     QFile out;
     if (!out.open(stdout, QIODevice::WriteOnly))
         return failure(out.errorString());
@@ -230,78 +227,49 @@ int runExport(const OptionValues &options)
     if (const auto code = checkRun(db.value(), *selection))
         return *code;
 
-    LeadOutputFormat format;
-    if (name == QLatin1String("csv"))
-        format = csvFormat();
-    else if (name == QLatin1String("jsonl"))
-        format = jsonLinesFormat();
-    else
+    LeadOutputFormat format = leadFormatNamed(name).value_or(LeadOutputFormat{});
+    if (name == QLatin1String("vcard"))
         format.row = [category](QByteArray &out, const LeadRow &lead) {
             out += vCardFor(lead.email, category);
         };
 
     // A file is written whole or not at all; standard output as it goes.
     const bool toFile = options.isSet(QStringLiteral("out"));
-    QSaveFile file(options.value(QStringLiteral("out")));
-    QFile standardOutput;
-    QIODevice &out = toFile ? static_cast<QIODevice &>(file) : standardOutput;
-    const bool opened = toFile ? file.open(QIODevice::WriteOnly)
-                               : standardOutput.open(stdout, QIODevice::WriteOnly);
-    if (!opened)
-        return failure(QStringLiteral("%1: %2").arg(file.fileName(), out.errorString()));
-    const Result<qint64> written = writeLeads(db.value(), *selection, format, out);
+    Result<qint64> written = 0;
+    if (toFile) {
+        written = writeLeadsToFile(db.value(), {*selection}, format,
+                                   options.value(QStringLiteral("out")));
+    } else {
+        QFile standardOutput;
+        if (!standardOutput.open(stdout, QIODevice::WriteOnly))
+            return failure(standardOutput.errorString());
+        written = writeLeads(db.value(), *selection, format, standardOutput);
+    }
     if (!written)
         return failure(written.message());
-    if (toFile && !file.commit())
-        return failure(QStringLiteral("%1: %2").arg(file.fileName(), file.errorString()));
-    standardOutput.close();
 
     const QString destination =
-        toFile ? QFileInfo(file.fileName()).absoluteFilePath() : QStringLiteral("standard output");
+        toFile ? QFileInfo(options.value(QStringLiteral("out"))).absoluteFilePath()
+               : QStringLiteral("standard output");
     if (auto recorded = db.value().recordExport({name, destination, *written}); !recorded)
         return failure(QStringLiteral("the leads were exported, but the export was not "
                                       "recorded: %1")
                            .arg(recorded.message()));
-    writeErr(QStringLiteral("%1 leads exported to %2.\n").arg(*written).arg(destination));
+    writeMessage(QStringLiteral("%1 leads exported to %2.\n").arg(*written).arg(destination));
     return kExitOk;
 }
 
-struct Subcommand
-{
-    const OptionTable &table;
-    int (*run)(const OptionValues &options);
-};
+const QString kLeadsSummary = QStringLiteral("The lead database: runs, leads and exports.");
 
 int runLeads(const QStringList &args)
 {
-    static const Subcommand subcommands[] = {
-        {runsTable(), runRuns}, {listTable(), runList}, {exportTable(), runExport}};
-    const QString word = args.value(0);
-    for (const Subcommand &subcommand : subcommands) {
-        if (subcommand.table.spec().name == QStringLiteral("leads ") + word) {
-            const auto parsed = subcommand.table.parse(args.mid(1));
-            if (const auto *exit = std::get_if<ExitNow>(&parsed))
-                return exit->code;
-            return subcommand.run(std::get<OptionValues>(parsed));
-        }
-    }
-    if (word == QLatin1String("--help") || word == QLatin1String("-h")) {
-        std::vector<const OptionTable *> tables;
-        for (const Subcommand &subcommand : subcommands)
-            tables.push_back(&subcommand.table);
-        writeOut(subcommandHelp(QStringLiteral("leads"),
-                                QStringLiteral("The lead database: runs, leads and exports."),
-                                tables));
-        return kExitOk;
-    }
-    if (word.isEmpty())
-        return usageError(QStringLiteral("leads needs runs, list or export (see corvane-cli "
-                                         "leads --help)"));
-    return usageError(
-        QStringLiteral("leads has no subcommand %1 (see corvane-cli leads --help)").arg(word));
+    return runSubcommand(
+        QStringLiteral("leads"), kLeadsSummary,
+        {{runsTable(), runRuns}, {listTable(), runList}, {exportTable(), runExport}}, args);
 }
 
 const CommandRegistration reg(QStringLiteral("leads"),
-                              QStringLiteral("list and export the lead database"), runLeads);
+                              QStringLiteral("list and export the lead database"), runLeads,
+                              {&runsTable(), &listTable(), &exportTable()});
 
 } // namespace

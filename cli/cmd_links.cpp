@@ -9,8 +9,6 @@
 #include "common/Cp1252.h"
 #include "common/CrawlProfile.h"
 
-#include <QCommandLineParser>
-
 #include <cstdio>
 
 using namespace corvane;
@@ -18,44 +16,50 @@ using namespace corvane::cli;
 
 namespace {
 
-int runLinks(const QStringList &args)
+const OptionTable &linksTable()
 {
-    QCommandLineParser parser;
-    parser.addOptions({
-        {QStringLiteral("mode"), QStringLiteral("start, start-details, results or details"),
-         QStringLiteral("MODE")},
-        {QStringLiteral("url"), QStringLiteral("the page's own address"),
-         QStringLiteral("PAGE_URL")},
-        {QStringLiteral("exclude-domain"), QStringLiteral("drop links containing D"),
-         QStringLiteral("D")},
-        {QStringLiteral("profile"), QStringLiteral("classic (default) or modern"),
-         QStringLiteral("PROFILE")},
+    static const OptionTable table({
+        .name = QStringLiteral("links"),
+        .summary = QStringLiteral("Print the links page analysis puts on the crawl's queues for "
+                                  "a page (FILE, or standard input when FILE is - or missing), "
+                                  "one per line."),
+        .arguments = QStringLiteral("[FILE]"),
+        .options = {{.name = QStringLiteral("mode"),
+                     .valueName = QStringLiteral("MODE"),
+                     .help =
+                         QStringLiteral("which page the crawl takes it for: a start page, a page "
+                                        "reached from one, a search result page or a page reached "
+                                        "from the results"),
+                     .kind = ChoiceValue{{QStringLiteral("start"), QStringLiteral("start-details"),
+                                          QStringLiteral("results"), QStringLiteral("details")}},
+                     .required = true},
+                    {.name = QStringLiteral("url"),
+                     .valueName = QStringLiteral("PAGE_URL"),
+                     .help = QStringLiteral("the page's own address, which relative links resolve "
+                                            "against"),
+                     .kind = TextValue{},
+                     .required = true},
+                    {.name = QStringLiteral("exclude-domain"),
+                     .valueName = QStringLiteral("D"),
+                     .help =
+                         QStringLiteral("drop links that contain D, letter case ignored; D1,D2 for "
+                                        "several"),
+                     .kind = TextValue{},
+                     .repeatable = true},
+                    profileOption()},
+        .examples = {QStringLiteral("links --mode start --url http://www.example.com/ page.html")},
     });
-    parser.addPositionalArgument(QStringLiteral("FILE"),
-                                 QStringLiteral("page text, or - for standard input"));
-    if (!parser.parse(QStringList{QStringLiteral("corvane-cli links")} + args))
-        return usageError(parser.errorText());
+    return table;
+}
 
-    const QString mode = parser.value(QStringLiteral("mode"));
-    const QStringList modes{QStringLiteral("start"), QStringLiteral("start-details"),
-                            QStringLiteral("results"), QStringLiteral("details")};
-    if (!parser.isSet(QStringLiteral("mode")))
-        return usageError(QStringLiteral("links needs --mode start|start-details|results|details"));
-    if (!modes.contains(mode))
-        return usageError(
-            QStringLiteral("unknown mode \"%1\" (start, start-details, results, details)")
-                .arg(mode));
-    if (!parser.isSet(QStringLiteral("url")))
-        return usageError(QStringLiteral("links needs --url PAGE_URL"));
-
+int runLinks(const OptionValues &options)
+{
+    const QString mode = options.value(QStringLiteral("mode"));
     AnalysisContext context;
-    const auto profile = chosenProfile(parser);
-    if (!profile)
-        return usageError(profile.message());
-    context.profile = *profile;
-    context.filters.excludedDomains = parser.values(QStringLiteral("exclude-domain"));
+    context.profile = chosenProfile(options);
+    context.filters.excludedDomains = commaList(options.values(QStringLiteral("exclude-domain")));
 
-    const auto source = PageSource::fromArguments(parser.positionalArguments());
+    const auto source = PageSource::fromArguments(options.positional());
     if (!source)
         return usageError(source.message());
 
@@ -63,9 +67,10 @@ int runLinks(const QStringList &args)
     const QString content = fromCp1252(source.value()->bytes());
 
     PageAnalyser extractor(context);
-    QString base = link_rules::trimBlanks(PageAnalyser::MakeBaseURL(
-                                              parser.value(QStringLiteral("url")), context.profile))
-                       .toString();
+    QString base =
+        link_rules::trimBlanks(
+            PageAnalyser::MakeBaseURL(options.value(QStringLiteral("url")), context.profile))
+            .toString();
     const TextListModel *found = &context.lstResult;
     if (mode == QLatin1String("start")) {
         extractor.FetchURLLinks(content, base);
@@ -87,8 +92,9 @@ int runLinks(const QStringList &args)
     return kExitOk;
 }
 
-CommandRegistration reg(QStringLiteral("links"),
-                        QStringLiteral("print the links a page adds to the crawl queues"),
-                        runLinks);
+const CommandRegistration
+    reg(QStringLiteral("links"), QStringLiteral("print the links a page adds to the crawl queues"),
+        [](const QStringList &args) { return runWithOptions(linksTable(), args, runLinks); },
+        {&linksTable()});
 
 } // namespace

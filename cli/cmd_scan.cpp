@@ -16,55 +16,75 @@
 #include "Command.h"
 
 #include "analysis/LeadFilters.h"
-#include "common/LeadFile.h"
 #include "scan/LeadsScan.h"
 
-#include <QCommandLineParser>
 #include <QFileInfo>
+
+#include <limits>
 
 using namespace corvane;
 using namespace corvane::cli;
 
 namespace {
 
-int runScan(const QStringList &args)
+const OptionTable &scanTable()
 {
-    QCommandLineParser parser;
-    const QCommandLineOption typesOption(
-        QStringLiteral("types"), QStringLiteral("file types to read in folders, e.g. .txt,.htm"),
-        QStringLiteral("LIST"));
-    const QCommandLineOption depthOption(QStringLiteral("depth"),
-                                         QStringLiteral("folders to visit per tree (0 = all)"),
-                                         QStringLiteral("N"));
-    const QCommandLineOption outOption(QStringLiteral("out"), QStringLiteral("write a lead file"),
-                                       QStringLiteral("FILE"));
-    const QCommandLineOption sourcesOption(
-        QStringLiteral("sources"), QStringLiteral("print where each lead was found after a tab"));
-    parser.addOptions({typesOption, depthOption, outOption, sourcesOption});
-    parser.addPositionalArgument(QStringLiteral("PATH"),
-                                 QStringLiteral("files and folders to scan"));
-    if (!parser.parse(QStringList{QStringLiteral("scan")} + args))
-        return usageError(parser.errorText());
-    const QStringList paths = parser.positionalArguments();
+    static const OptionTable table({
+        .name = QStringLiteral("scan"),
+        .summary = QStringLiteral(
+            "Print the leads of files and folder trees, one per line in the order found. A file "
+            "named here is read whatever its type; in folders, files of the listed types. Each "
+            "PATH is recorded as a run in the lead database, every lead with the file it was "
+            "found in (see corvane-cli leads)."),
+        .arguments = QStringLiteral("PATH..."),
+        .options = {{.name = QStringLiteral("types"),
+                     .valueName = QStringLiteral("LIST"),
+                     .help = QStringLiteral("file types to read in folders, comma-separated; "
+                                            ".*** reads every file"),
+                     .kind = TextValue{},
+                     .shownDefault = QStringLiteral("the types checked in the leads scan "
+                                                    "window")},
+                    {.name = QStringLiteral("depth"),
+                     .valueName = QStringLiteral("N"),
+                     .help = QStringLiteral("folders to visit per tree, 0 for all"),
+                     .kind = NumberValue{0, std::numeric_limits<int>::max()},
+                     .defaultValue = QStringLiteral("0")},
+                    {.name = QStringLiteral("out"),
+                     .valueName = QStringLiteral("FILE"),
+                     .help = QStringLiteral("write the leads to FILE, replacing it, instead of "
+                                            "standard output"),
+                     .kind = FileValue{}},
+                    {.name = QStringLiteral("sources"),
+                     .help = QStringLiteral("with --format text on standard output, print where "
+                                            "each lead was found after a tab")},
+                    foundLeadsFormatOption(),
+                    noRecordOption()},
+        .examples = {QStringLiteral("scan --types .txt,.htm --out leads.csv ~/Documents"),
+                     QStringLiteral("scan --format csv notes.txt > leads-with-files.csv")},
+    });
+    return table;
+}
+
+int runScan(const OptionValues &options)
+{
+    const QStringList paths = options.positional();
     if (paths.isEmpty())
         return usageError(QStringLiteral("scan needs at least one PATH"));
-
-    int depth = 0;
-    if (parser.isSet(depthOption)) {
-        bool ok = false;
-        depth = parser.value(depthOption).toInt(&ok);
-        if (!ok || depth < 0)
-            return usageError(
-                QStringLiteral("--depth must be a whole number 0 or above, not \"%1\"")
-                    .arg(parser.value(depthOption)));
-    }
+    if (const auto refused = refuseFormatWithoutRecording(options))
+        return *refused;
+    const int depth = int(options.number(QStringLiteral("depth")));
 
     LeadsScan scan(AddressFilterList::bundled());
     scan.setDepth(depth);
+    scan.setRecording(!options.isSet(QStringLiteral("no-record")));
+    QObject::connect(&scan, &LeadsScan::recordingProblem, [](const QString &problem) {
+        warning(problem + QStringLiteral(" (the scan goes on without it)"));
+    });
     QSet<QString> types = scan.fileTypes().checkedTypes();
-    if (parser.isSet(typesOption)) {
+    if (options.isSet(QStringLiteral("types"))) {
         types.clear();
-        for (const QString &entry : parser.value(typesOption).split(QLatin1Char(','))) {
+        for (const QString &entry :
+             options.value(QStringLiteral("types")).split(QLatin1Char(','))) {
             const QString type = entry.trimmed();
             if (type.size() != 4 && !FileTypeList::kDocumentTypes.contains(type))
                 return usageError(
@@ -92,24 +112,24 @@ int runScan(const QStringList &args)
                              : QStringLiteral("no such file or folder"));
     }
 
-    const QStringList leads = scan.leads().texts();
-    if (parser.isSet(outOption)) {
-        if (auto written = LeadFile::write(parser.value(outOption), leads); !written)
-            return failure(written.message());
-    } else {
+    if (options.isSet(QStringLiteral("sources")) && !options.isSet(QStringLiteral("out")) &&
+        options.value(QStringLiteral("format")) == QLatin1String("text")) {
+        const QStringList leads = scan.leads().texts();
         QString text;
-        for (qsizetype row = 0; row < leads.size(); ++row) {
-            text += leads[row];
-            if (parser.isSet(sourcesOption))
-                text += QLatin1Char('\t') + scan.leadSource(row);
-            text += QLatin1Char('\n');
-        }
+        for (qsizetype row = 0; row < leads.size(); ++row)
+            text += leads[row] + QLatin1Char('\t') + scan.leadSource(row) + QLatin1Char('\n');
         writeOut(text);
-    }
+    } else if (const int written =
+                   writeFoundLeads(options.value(QStringLiteral("format")), scan.recordedRuns(),
+                                   scan.leads().texts(), options.value(QStringLiteral("out")));
+               written != kExitOk)
+        return written;
     return complete ? kExitOk : kExitFailed;
 }
 
-const CommandRegistration reg(QStringLiteral("scan"),
-                              QStringLiteral("extract leads from files and folders"), runScan);
+const CommandRegistration
+    reg(QStringLiteral("scan"), QStringLiteral("extract leads from files and folders"),
+        [](const QStringList &args) { return runWithOptions(scanTable(), args, runScan); },
+        {&scanTable()});
 
 } // namespace

@@ -11,7 +11,6 @@
 #include "verify/DnsServer.h"
 #include "verify/LeadVerifier.h"
 
-#include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QFileInfo>
@@ -24,29 +23,36 @@ using namespace corvane::cli;
 
 namespace {
 
-int runVerify(const QStringList &args)
+const OptionTable &verifyTable()
 {
-    QCommandLineParser parser;
-    const QCommandLineOption dnsOption(QStringLiteral("dns"),
-                                       QStringLiteral("DNS server to ask (default: the system's)"),
-                                       QStringLiteral("HOST[:PORT]"));
-    parser.addOption(dnsOption);
-    parser.addOption(profileOption());
-    parser.addPositionalArgument(QStringLiteral("LEADFILE"),
-                                 QStringLiteral("lead file or sheet to check"));
-    if (!parser.parse(QStringList{QStringLiteral("verify")} + args))
-        return usageError(parser.errorText());
-    const QStringList positional = parser.positionalArguments();
+    static const OptionTable table({
+        .name = QStringLiteral("verify"),
+        .summary = QStringLiteral(
+            "Check every lead of a lead file or sheet (.csv, .txt, .xlsx, .xls) for a mail "
+            "exchanger of its domain: the valid leads are printed one per line as they are "
+            "decided; every answer is added to the verified or unverified file of the data "
+            "folder and to the lead database."),
+        .arguments = QStringLiteral("LEADFILE"),
+        .options = {{.name = QStringLiteral("dns"),
+                     .valueName = QStringLiteral("HOST[:PORT]"),
+                     .help = QStringLiteral("the DNS server to ask"),
+                     .kind = TextValue{},
+                     .shownDefault = QStringLiteral("the system's")},
+                    profileOption()},
+        .examples = {QStringLiteral("verify --dns 9.9.9.9 leads.csv > valid.txt")},
+    });
+    return table;
+}
+
+int runVerify(const OptionValues &options)
+{
+    const QStringList positional = options.positional();
     if (positional.size() != 1)
         return usageError(QStringLiteral("verify needs exactly one LEADFILE"));
 
-    const auto profile = chosenProfile(parser);
-    if (!profile)
-        return usageError(profile.message());
-
-    LeadVerifier verifier(RealTimerSource::instance(), *profile);
-    if (parser.isSet(dnsOption)) {
-        const QString server = parser.value(dnsOption);
+    LeadVerifier verifier(RealTimerSource::instance(), chosenProfile(options));
+    if (options.isSet(QStringLiteral("dns"))) {
+        const QString server = options.value(QStringLiteral("dns"));
         if (!parseDnsEndpoint(server))
             return usageError(
                 QStringLiteral("--dns must be HOST or HOST:PORT, not \"%1\"").arg(server));
@@ -63,7 +69,7 @@ int runVerify(const QStringList &args)
     if (!fetched)
         return usageError(fetched.message());
 
-    const bool showProgress = isatty(fileno(stderr));
+    const bool showProgress = isatty(fileno(stderr)) && !isQuiet();
     const int total = *fetched;
     QEventLoop loop;
     int exitCode = kExitOk;
@@ -91,10 +97,10 @@ int runVerify(const QStringList &args)
         }
     });
     QObject::connect(&verifier, &LeadVerifier::completed, [&](const QString &message) {
-        writeErr(QStringLiteral("%1%2 Valid Leads: %3 of %4\n")
-                     .arg(showProgress ? "\n" : "", message)
-                     .arg(verifier.validCount())
-                     .arg(total));
+        writeMessage(QStringLiteral("%1%2 Valid Leads: %3 of %4\n")
+                         .arg(showProgress ? "\n" : "", message)
+                         .arg(verifier.validCount())
+                         .arg(total));
         loop.quit();
     });
 
@@ -106,8 +112,11 @@ int runVerify(const QStringList &args)
     return exitCode;
 }
 
-CommandRegistration reg(QStringLiteral("verify"),
-                        QStringLiteral("check the leads of a lead file for mail exchangers"),
-                        runVerify);
+const CommandRegistration reg(QStringLiteral("verify"),
+                              QStringLiteral("check the leads of a lead file for mail exchangers"),
+                              [](const QStringList &args) {
+                                  return runWithOptions(verifyTable(), args, runVerify);
+                              },
+                              {&verifyTable()});
 
 } // namespace

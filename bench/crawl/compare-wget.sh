@@ -5,6 +5,8 @@
 #   bench/crawl/compare-wget.sh [BUILD_DIR] [PAGES]      defaults: build/release 20000
 # The modern profile runs unpaced (--delay 0): the benchmark measures the crawl, not the
 # politeness. CORVANE_PACE overrides those flags (empty for a build that has no --delay).
+# HARVEST_FLAGS adds flags to the measured harvest (HARVEST_FLAGS=--no-record shows what
+# recording the run in the lead database costs); SKIP_CLASSIC=1 leaves out the classic minute.
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 build=${1:-build/release}
@@ -28,7 +30,8 @@ measure() { # label, command...: prints seconds and peak RSS (KiB) of the comman
 }
 
 read -r c_secs c_kib < <(measure corvane "$cli" --home "$work/home" harvest --urls "$work/urls.txt" \
-    --probe "$base/" --profile modern "${pace[@]}" --timeout 10 --pages 100000000 --leads 100000000 --out "$work/leads.csv")
+    --probe "$base/" --profile modern "${pace[@]}" --timeout 10 --pages 100000000 --leads 100000000 --out "$work/leads.csv" \
+    ${HARVEST_FLAGS:-})
 c_pages=$(grep -o 'pages [0-9]*' "$work/corvane.err" | tail -1 | cut -d' ' -f2)
 c_leads=$(($(wc -l < "$work/leads.csv") - 1))
 
@@ -48,6 +51,7 @@ print("wget --recursive: %6d pages         in %7.2f s = %8.0f pages/s, peak %6.1
 print("ratio corvane/wget (pages/s): %.2f" % ((cp / cs) / (wp / ws)))
 PY
 
+[ "${SKIP_CLASSIC:-0}" = 1 ] && exit 0
 # Classic pacing: one step every page time-out + 1.5 s (20 s -> 21.5 s), up to 44 pages a step.
 "$cli" --home "$work/classic" harvest --urls "$work/urls.txt" --probe "$base/" --profile classic --timeout 20 \
     --minutes 1 --out "$work/classic.csv" >/dev/null 2>"$work/classic.err" || true

@@ -371,7 +371,7 @@ void CrawlController::onDownloadComplete(int slot, const QString &url, const QBy
                 analysis.FetchURLLinks(*group, text, base);
             ++m_pageCounter;
             if (leadsWanted)
-                analysis.ExtractEmails(*group, text);
+                reportLeads(analysis.ExtractEmails(*group, text), url, body);
         } else {
             const QString base = analysis.MakeBaseURL(url).trimmed();
             if (engines)
@@ -379,7 +379,7 @@ void CrawlController::onDownloadComplete(int slot, const QString &url, const QBy
             else
                 analysis.FetchURLDetails(*group, text, base);
             if (leadsWanted)
-                analysis.ExtractEmails(*group, text);
+                reportLeads(analysis.ExtractEmails(*group, text), url, body);
             if (m_job.buildKnowledgeBase && m_parts.store) {
                 for (const QString &problem : m_parts.store->SaveTaxonomy(url.trimmed(), body)) {
                     ++m_storeProblems;
@@ -394,6 +394,13 @@ void CrawlController::onDownloadComplete(int slot, const QString &url, const QBy
     emit allPagesBack();
     if (m_settings.profile == CrawlProfile::Modern)
         chainNextBurst();
+}
+
+void CrawlController::reportLeads(const QStringList &leads, const QString &url,
+                                  const QByteArray &body)
+{
+    if (!leads.isEmpty())
+        emit leadsFound(leads, url, body);
 }
 
 void CrawlController::chainNextBurst()

@@ -103,6 +103,9 @@ signals:
     void message(const QString &text);
     // Something went wrong while a page was stored; the run goes on.
     void storeProblem(const QString &text);
+    // Page analysis accepted these leads from the page at pageUrl (page: its bytes as they
+    // arrived), in the order found.
+    void leadsFound(const QStringList &leads, const QString &pageUrl, const QByteArray &page);
     void stateChanged(CrawlState state);
     void progress();
     // The run has ended for good: a limit, the URL list used up, the single URL done or (modern)
@@ -137,6 +140,7 @@ private:
     void stepAfterCheck(bool connected);
     void stepBody();
     void onDownloadComplete(int slot, const QString &url, const QByteArray &body);
+    void reportLeads(const QStringList &leads, const QString &url, const QByteArray &body);
     void startDownload(const QString &url, int slot);
     void runSourceStep();
     void loadAddressFilterList();

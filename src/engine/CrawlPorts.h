@@ -32,7 +32,8 @@ public:
     virtual void FetchURLLinks(int group, const QString &content, const QString &base) = 0;
     virtual void FetchDetails(int group, const QString &content, const QString &base) = 0;
     virtual void FetchURLDetails(int group, const QString &content, const QString &base) = 0;
-    virtual void ExtractEmails(int group, const QString &content) = 0;
+    // The leads of the page this call accepted, in the order found.
+    virtual QStringList ExtractEmails(int group, const QString &content) = 0;
 
     virtual void setAddressFilterList(const QString &list) = 0;
     // The user's filters and the lead limit as they stand when a page arrives.

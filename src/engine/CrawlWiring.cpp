@@ -77,9 +77,17 @@ void ExtractorAnalysis::FetchURLDetails(int group, const QString &content, const
     analyser(group).FetchURLDetails(content, base);
 }
 
-void ExtractorAnalysis::ExtractEmails(int group, const QString &content)
+QStringList ExtractorAnalysis::ExtractEmails(int group, const QString &content)
 {
-    m_leadCounter += analyser(group).ExtractEmails(QStringView(content));
+    const int accepted = analyser(group).ExtractEmails(QStringView(content));
+    m_leadCounter += accepted;
+    // Each accepted lead is appended to the lead list, so this call's are its last ones.
+    const TextListModel &mailList = m_context.lstMailList;
+    QStringList leads;
+    leads.reserve(accepted);
+    for (qsizetype row = mailList.count() - accepted; row < mailList.count(); ++row)
+        leads << mailList.at(row);
+    return leads;
 }
 
 void ExtractorAnalysis::setAddressFilterList(const QString &list)

@@ -34,7 +34,7 @@ public:
     void FetchURLLinks(int group, const QString &content, const QString &base) override;
     void FetchDetails(int group, const QString &content, const QString &base) override;
     void FetchURLDetails(int group, const QString &content, const QString &base) override;
-    void ExtractEmails(int group, const QString &content) override;
+    QStringList ExtractEmails(int group, const QString &content) override;
 
     void setAddressFilterList(const QString &list) override;
     void setUserFilters(const UserLeadFilters &filters, qint64 leadLimit) override;

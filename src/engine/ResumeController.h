@@ -4,6 +4,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QUrl>
 
 #include <memory>
 
@@ -24,6 +25,12 @@ inline const QString ResumeButton = QStringLiteral("&Resume Mode");
 inline const QString CancelButton = QStringLiteral("&Cancel");
 // The reply the dialog leaves behind whenever it closes.
 inline const QString ReplyOk = QStringLiteral("ok");
+// Which address the connection test reaches, so that a run on a network without the
+// Internet can be told where to look instead.
+inline QString probeLine(const QUrl &probe)
+{
+    return QStringLiteral("The connection is tested by reaching %1.").arg(probe.toString());
+}
 } // namespace ResumeTexts
 
 // How a run lives through a lost connection, without any window: the crawl step reports each

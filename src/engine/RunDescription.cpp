@@ -4,6 +4,7 @@
 #include "kb/NameRules.h"
 
 #include <QFileInfo>
+#include <QJsonArray>
 
 #include <algorithm>
 
@@ -99,6 +100,55 @@ std::variant<RunDescription, RunRefusal> buildRun(const HarvestJob &job)
             ProxySettings::fromJob(values.proxyType, values.proxyHost, values.proxyPort,
                                    values.proxyUserName, values.proxyPassword, values.remoteDns);
     return run;
+}
+
+QJsonObject runJson(const RunDescription &run)
+{
+    static const char *const searchTypes[] = {"search engines", "URL list", "single URL"};
+    static const char *const typeModes[] = {"exclude", "include", "none"};
+    const auto list = [](const QStringList &texts) { return QJsonArray::fromStringList(texts); };
+    QJsonObject json{{"search", QLatin1String(searchTypes[int(run.searchType)])}};
+    switch (run.searchType) {
+    case SearchType::SearchEngines: {
+        QStringList engines;
+        for (const JobListEntry &engine : run.engines)
+            engines << engine.text;
+        json.insert("engines", list(engines));
+        json.insert("keywords", list(run.keywords));
+        break;
+    }
+    case SearchType::UrlList:
+        json.insert("start_urls", list(run.startUrls));
+        break;
+    case SearchType::SingleUrl:
+        json.insert("url", run.singleUrl);
+        break;
+    }
+    json.insert("profile", crawlProfileName(run.crawl.profile));
+    json.insert("page_timeout_ms", run.crawl.pageTimeoutMs);
+    json.insert("max_pages", run.maxPages);
+    json.insert("max_leads", run.maxLeads);
+    json.insert("stop_after_minutes", run.stopAfter);
+    json.insert("extract_leads", run.extractEmails);
+    json.insert("excluded_domains", list(run.filters.excludedDomains));
+    json.insert("type_mode", QLatin1String(typeModes[int(run.filters.typeMode)]));
+    json.insert("excluded_types", list(run.filters.excludedTypes));
+    json.insert("included_types", list(run.filters.includedTypes));
+    json.insert("probe", run.probeAddress.toString());
+    if (run.proxy.kind != ProxySettings::Kind::None) {
+        static const char *const kinds[] = {"none", "http", "socks4", "socks5"};
+        json.insert("proxy", QJsonObject{{"type", QLatin1String(kinds[int(run.proxy.kind)])},
+                                         {"host", run.proxy.host},
+                                         {"port", run.proxy.port},
+                                         {"user", run.proxy.userName},
+                                         {"remote_dns", run.proxy.remoteDns}});
+    }
+    if (run.store.buildKnowledgeBase)
+        json.insert("knowledge_base", QJsonObject{{"root", run.store.root},
+                                                  {"name", run.store.baseName},
+                                                  {"terms", list(run.store.selectedTerms)},
+                                                  {"favorites", run.store.createFavorites}});
+    return json;
 }
 
 } // namespace corvane

@@ -6,6 +6,7 @@
 #include "engine/HarvestJob.h"
 #include "kb/PageStore.h"
 
+#include <QJsonObject>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -42,6 +43,10 @@ struct RunDescription
 
     bool operator==(const RunDescription &other) const;
 };
+
+// The run as the lead database keeps it beside the run's leads: every choice that shapes what
+// the run finds, and nothing secret (the proxy's password is left out).
+QJsonObject runJson(const RunDescription &run);
 
 // Why a job does not make a run: the message the window shows, and for a value that would
 // not convert which field it is (the command line names its flag instead).

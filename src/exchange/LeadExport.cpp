@@ -2,7 +2,10 @@
 
 #include "exchange/CategoryList.h"
 #include "exchange/VCard.h"
+#include "leads/LeadDatabase.h"
 #include "scan/ReadWorkbook.h"
+
+#include <QFileInfo>
 
 namespace corvane {
 
@@ -57,7 +60,12 @@ Result<QString> LeadExport::exportTo(const QString &vcfPath, const QString &cate
     // The list is emptied only once every contact is safely on disk.
     if (!written)
         return written.error();
+    const qint64 count = m_leads.count();
     m_leads.clear();
+    if (Result<void> recorded =
+            recordExport({QStringLiteral("vcard"), QFileInfo(vcfPath).absoluteFilePath(), count});
+        !recorded)
+        emit recordingProblem(recorded.message());
     return kCompleteMessage;
 }
 

@@ -47,7 +47,7 @@ public:
     // cmdImport: writes every listed lead as a contact of the trimmed category to vcfPath
     // and empties the list. Returns the message to show: kNoLeadsMessage when the list is
     // empty (nothing written), kCompleteMessage when done. On a write failure the list
-    // stays as it was.
+    // stays as it was. The export is recorded in the lead database of the data folder.
     Result<QString> exportTo(const QString &vcfPath, const QString &category);
 
 signals:
@@ -56,6 +56,8 @@ signals:
     void fetchFailed(const QString &message);
     // During exportTo, after each contact.
     void progress(int exported, int total);
+    // The export was written but could not be recorded in the lead database.
+    void recordingProblem(const QString &message);
 
 private:
     LeadSheetLoader m_loader;

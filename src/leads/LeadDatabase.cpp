@@ -158,11 +158,31 @@ Result<void> LeadDatabase::recordVerification(const Verification &verification)
         verification.checkedMs);
 }
 
+Result<void> LeadDatabase::recordVerifications(const std::vector<Verification> &verifications)
+{
+    auto transaction = sqlite::Transaction::begin(m_db);
+    if (!transaction)
+        return transaction.error();
+    for (const Verification &verification : verifications) {
+        if (Result<void> recorded = recordVerification(verification); !recorded)
+            return recorded;
+    }
+    return transaction.value().commit();
+}
+
 Result<void> LeadDatabase::recordExport(const ExportRecord &record)
 {
     return m_db.run(QStringLiteral("INSERT INTO exports(format, destination, count, exported) "
                                    "VALUES(?1, ?2, ?3, ?4)"),
                     record.format, record.destination, record.count, record.exportedMs);
+}
+
+Result<void> recordExport(const ExportRecord &record)
+{
+    auto db = LeadDatabase::open(LeadDatabase::defaultPath());
+    if (!db)
+        return db.error();
+    return db.value().recordExport(record);
 }
 
 Result<std::vector<ExportRecord>> LeadDatabase::exports()

@@ -42,6 +42,8 @@ public:
                                const std::function<bool(const LeadRow &)> &visit);
 
     Result<void> recordVerification(const Verification &verification);
+    // Several answers in one transaction: all of them or none.
+    Result<void> recordVerifications(const std::vector<Verification> &verifications);
     Result<void> recordExport(const ExportRecord &record);
     // Every export, oldest first.
     Result<std::vector<ExportRecord>> exports();
@@ -56,6 +58,9 @@ private:
 // Opens a connection ready for use: WAL journal, the current layout. The message names the
 // file. Both LeadDatabase and RunRecorder open through this.
 Result<sqlite::Connection> openLeadConnection(const QString &path);
+
+// Records an export in the lead database of the data folder (LeadDatabase::defaultPath()).
+Result<void> recordExport(const ExportRecord &record);
 
 // The part of an address after its last "@", in lower case: the key the domain filter uses.
 QString leadDomain(const QString &email);

@@ -3,7 +3,10 @@
 #include "leads/LeadDatabase.h"
 
 #include <QDateTime>
+#include <QDir>
+#include <QFileInfo>
 #include <QIODevice>
+#include <QSaveFile>
 #include <QTimeZone>
 
 #include <chrono>
@@ -205,6 +208,38 @@ LeadOutputFormat jsonLinesFormat()
             }};
 }
 
+namespace {
+
+bool isWebPage(const QUrl &url)
+{
+    return url.isValid() && !url.host().isEmpty() &&
+           (url.scheme() == QLatin1String("http") || url.scheme() == QLatin1String("https"));
+}
+
+} // namespace
+
+QString leadSourceText(const LeadSource &source)
+{
+    if (isWebPage(QUrl(source.location))) {
+        QString text = QStringLiteral("Found at %1").arg(source.location);
+        if (!source.title.trimmed().isEmpty())
+            text += QLatin1Char('\n') + source.title.trimmed();
+        return text;
+    }
+    return QStringLiteral("Found in %1").arg(QDir::toNativeSeparators(source.location));
+}
+
+QUrl leadSourceLink(const LeadSource &source)
+{
+    const QUrl url(source.location);
+    if (isWebPage(url))
+        return url;
+    const QFileInfo file(source.location);
+    if (source.location.isEmpty() || !file.isAbsolute())
+        return {};
+    return QUrl::fromLocalFile(file.absolutePath());
+}
+
 Result<qint64> writeLeads(LeadDatabase &db, const LeadSelection &selection,
                           const LeadOutputFormat &format, QIODevice &out)
 {
@@ -228,6 +263,76 @@ Result<qint64> writeLeads(LeadDatabase &db, const LeadSelection &selection,
     if (!written)
         return fail(QStringLiteral("writing the leads failed: %1").arg(out.errorString()));
     return count;
+}
+
+Result<qint64> writeEachSelection(LeadDatabase &db, const std::vector<LeadSelection> &selections,
+                                  LeadOutputFormat format, QIODevice &out)
+{
+    if (selections.empty()) {
+        if (out.write(format.header) != format.header.size())
+            return fail(QStringLiteral("writing the leads failed: %1").arg(out.errorString()));
+        return 0;
+    }
+    qint64 count = 0;
+    for (const LeadSelection &selection : selections) {
+        const Result<qint64> written = writeLeads(db, selection, format, out);
+        if (!written)
+            return written;
+        count += *written;
+        format.header.clear();
+    }
+    return count;
+}
+
+Result<qint64> writeLeadsToFile(LeadDatabase &db, const std::vector<LeadSelection> &selections,
+                                const LeadOutputFormat &format, const QString &path)
+{
+    QSaveFile file(path);
+    const auto problem = [&](const QString &reason) {
+        return fail(QStringLiteral("%1: %2").arg(QDir::toNativeSeparators(path), reason));
+    };
+    if (!file.open(QIODevice::WriteOnly))
+        return problem(file.errorString());
+    const Result<qint64> count = writeEachSelection(db, selections, format, file);
+    if (!count)
+        return problem(count.message());
+    if (!file.commit())
+        return problem(file.errorString());
+    return count;
+}
+
+Result<qint64> exportRunLeads(const QString &databasePath, const std::vector<qint64> &runs,
+                              const QString &formatName, const QString &path)
+{
+    const std::optional<LeadOutputFormat> format = leadFormatNamed(formatName);
+    if (!format)
+        return fail(QStringLiteral("no lead format \"%1\"").arg(formatName));
+    auto db = LeadDatabase::open(databasePath);
+    if (!db)
+        return db.error();
+    std::vector<LeadSelection> selections;
+    for (const qint64 run : runs)
+        selections.push_back(LeadSelection{.run = run});
+    const Result<qint64> count = writeLeadsToFile(db.value(), selections, *format, path);
+    if (!count)
+        return count;
+    if (Result<void> recorded =
+            db.value().recordExport({formatName, QFileInfo(path).absoluteFilePath(), *count});
+        !recorded)
+        return fail(QStringLiteral("the leads were saved, but the export was not recorded: %1")
+                        .arg(recorded.message()));
+    return count;
+}
+
+std::optional<LeadOutputFormat> leadFormatNamed(const QString &name)
+{
+    if (name == QLatin1String("text"))
+        return addressLinesFormat();
+    if (name == QLatin1String("csv"))
+        return csvFormat();
+    if (name == QLatin1String("jsonl"))
+        return jsonLinesFormat();
+    return std::nullopt;
 }
 
 } // namespace corvane

@@ -10,6 +10,9 @@ namespace corvane {
 // What the lead database keeps. Times are milliseconds since 1970-01-01 UTC.
 
 enum class RunKind { Harvest, Scan };
+
+// The end message of a run the user stopped.
+inline const QString kRunStoppedMessage = QStringLiteral("Stopped.");
 QString runKindName(RunKind kind);
 
 struct RunSummary
@@ -44,6 +47,13 @@ struct LeadSelection
     // First seen in the selected run (or the latest run); with sinceMs: first seen since then.
     bool newOnly = false;
     QString domain{}; // the domain or any of its subdomains, letter case ignored
+};
+
+// Where a run found a lead: a page address with the page's title, or a file path.
+struct LeadSource
+{
+    QString location{};
+    QString title{}; // empty for files and pages without one
 };
 
 struct Verification

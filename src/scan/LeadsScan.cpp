@@ -1,10 +1,14 @@
 #include "scan/LeadsScan.h"
 
 #include "common/LeadFile.h"
+#include "leads/LeadDatabase.h"
+#include "leads/RunRecorder.h"
 
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 
 #include <algorithm>
 
@@ -18,6 +22,15 @@ constexpr qint64 kSliceMs = 20;
 constexpr int kProgressMs = 250;
 
 const QString kAlreadyRunning = QStringLiteral("A scan is already running.");
+
+// A file named relative to the working folder is recorded by its full path, so the record
+// still finds it later; an archived page's address stays as it is.
+QString fullSource(const QString &source)
+{
+    if (source.contains(QStringLiteral("://")) || !QDir::isRelativePath(source))
+        return source;
+    return QFileInfo(source).absoluteFilePath();
+}
 
 } // namespace
 
@@ -34,6 +47,7 @@ LeadsScan::LeadsScan(AddressFilterList addressFilters, QObject *parent)
 LeadsScan::~LeadsScan()
 {
     m_job.reset();
+    endRecording(kRunStoppedMessage);
 }
 
 QString LeadsScan::leadCountText() const
@@ -64,6 +78,7 @@ Result<std::unique_ptr<ScanJob>> LeadsScan::prepareFile(const QString &path)
         return fail(probe.errorString());
     auto job = std::make_unique<ScanJob>(m_settings);
     job->startFile(path);
+    m_runJob = {{QStringLiteral("file"), info.absoluteFilePath()}};
     return job;
 }
 
@@ -82,6 +97,11 @@ Result<std::unique_ptr<ScanJob>> LeadsScan::prepareFolder(const QString &folder,
     if (const Result<void> started = job->startFolder(folder, types); !started)
         return started.error();
     m_filesScanned = 0;
+    QStringList sortedTypes(types.cbegin(), types.cend());
+    sortedTypes.sort();
+    m_runJob = {{QStringLiteral("folder"), QFileInfo(folder).absoluteFilePath()},
+                {QStringLiteral("types"), QJsonArray::fromStringList(sortedTypes)},
+                {QStringLiteral("depth"), m_settings.depth}};
     return job;
 }
 
@@ -116,6 +136,7 @@ Result<void> LeadsScan::start(Result<std::unique_ptr<ScanJob>> prepared)
         return prepared.error();
     m_job = std::move(prepared).value();
     m_active = true;
+    beginRecording();
     // Called on a reading thread: the findings are listed on this object's thread.
     m_job->setReadyCallback(
         [this] { QMetaObject::invokeMethod(this, &LeadsScan::drain, Qt::QueuedConnection); });
@@ -130,6 +151,7 @@ Result<void> LeadsScan::run(Result<std::unique_ptr<ScanJob>> prepared)
         return prepared.error();
     m_job = std::move(prepared).value();
     m_active = true;
+    beginRecording();
     while (m_active) {
         std::vector<ScanBatch> batches = m_job->take(true);
         if (batches.empty() && m_job->isDone())
@@ -141,6 +163,7 @@ Result<void> LeadsScan::run(Result<std::unique_ptr<ScanJob>> prepared)
     }
     m_active = false;
     m_job.reset();
+    endRecording(filesScannedText() + QLatin1Char('.'));
     return {};
 }
 
@@ -183,6 +206,8 @@ bool LeadsScan::commit(ScanBatch &batch)
         m_leadSet->add(lead);
         m_leads.append(lead);
         m_sources.append(batch.sources[i]);
+        if (m_recorder)
+            m_recorder->recordLead(lead, fullSource(batch.sources[i]));
         ++added;
     }
     if (added > 0)
@@ -228,6 +253,7 @@ void LeadsScan::end(bool cancelled)
     if (m_job)
         m_job->cancel();
     m_job.reset();
+    endRecording(cancelled ? kRunStoppedMessage : filesScannedText() + QLatin1Char('.'));
     emit finished(cancelled);
 }
 
@@ -275,6 +301,30 @@ LeadsScan::saveLeads(const QString &chosenName,
         return written.error();
     outcome.kind = SaveOutcome::Saved;
     return outcome;
+}
+
+void LeadsScan::beginRecording()
+{
+    endRecording(kRunStoppedMessage);
+    if (!m_recordingWanted)
+        return;
+    auto started = RunRecorder::start(LeadDatabase::defaultPath(), RunKind::Scan, m_runJob);
+    if (!started) {
+        emit recordingProblem(started.message());
+        return;
+    }
+    m_recorder = std::move(started).value();
+    m_recordedRuns.push_back(m_recorder->runId());
+}
+
+void LeadsScan::endRecording(const QString &message)
+{
+    if (!m_recorder)
+        return;
+    const Result<void> ended = m_recorder->endRun(message);
+    m_recorder.reset();
+    if (!ended)
+        emit recordingProblem(ended.message());
 }
 
 } // namespace corvane

@@ -4,9 +4,11 @@
 #include "analysis/TextListModel.h"
 #include "analysis/TextSet.h"
 #include "common/Result.h"
+#include "leads/LeadRecords.h"
 #include "scan/FileTypeList.h"
 #include "scan/ScanJob.h"
 
+#include <QJsonObject>
 #include <QObject>
 #include <QSet>
 #include <QString>
@@ -15,8 +17,11 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <vector>
 
 namespace corvane {
+
+class RunRecorder;
 
 // The leads scan behind LeadsScanWindow: scans one file or the files of a folder tree whose
 // type is checked, lists every new address that passes the ending rule, and saves the list
@@ -29,6 +34,10 @@ namespace corvane {
 // the same work and returns when it is done. Files are read by their content
 // (DocumentText.h): web archives, gzip files, office documents and PDF give their text,
 // every other file its raw bytes, whatever its size or content.
+//
+// Each scan is a run of the lead database in the data folder: every new lead is recorded with
+// where it was found, and the run ends with the scan. A database that cannot be written never
+// stops the scan; it is reported once per run (recordingProblem).
 class LeadsScan : public QObject
 {
     Q_OBJECT
@@ -91,6 +100,11 @@ public:
     // The same walk with the types given here instead of the checked entries of lstExt.
     Result<void> runFolderScan(const QString &folder, const QSet<QString> &types);
 
+    // Scans are recorded unless this is turned off before they start.
+    void setRecording(bool on) { m_recordingWanted = on; }
+    // The lead database's numbers of the runs recorded so far, oldest first.
+    const std::vector<qint64> &recordedRuns() const { return m_recordedRuns; }
+
     // cmdStopScanningFolder (and closing the window).
     void stop();
     bool isScanning() const { return m_active; }
@@ -130,6 +144,8 @@ signals:
     void folderError(const QString &path, const QString &reason);
     // A scan started with start...() has ended (cancelled: by stop()).
     void finished(bool cancelled);
+    // The lead database cannot record the scan; the scan goes on.
+    void recordingProblem(const QString &message);
 
 private:
     // The checks in the window's order, then the job, not yet running on this object.
@@ -144,6 +160,8 @@ private:
     bool commit(ScanBatch &batch);
     void reportProgress();
     void end(bool cancelled);
+    void beginRecording();
+    void endRecording(const QString &message);
 
     FileTypeList m_types;
     TextListModel m_leads;
@@ -157,6 +175,11 @@ private:
     bool m_active = false;
     bool m_drainQueued = false;
     QTimer m_progressTimer;
+
+    bool m_recordingWanted = true;
+    QJsonObject m_runJob; // what the scan being prepared is recorded as
+    std::unique_ptr<RunRecorder> m_recorder;
+    std::vector<qint64> m_recordedRuns;
 };
 
 } // namespace corvane

@@ -4,6 +4,7 @@
 #include "engine/HarvestSession.h"
 #include "engine/RunLimits.h"
 #include "ui/HarvestWidgets.h"
+#include "ui/LeadSourceHints.h"
 
 #include <QDesktopServices>
 #include <QGridLayout>
@@ -75,6 +76,9 @@ HarvestResultTab::HarvestResultTab(HarvestSession &session, QWidget *parent)
     m_linkPagesView = queueView(context.lstDetails, "lstDetails");
     m_leadsView = queueView(context.lstMailList, "lstMailList");
     m_leadsView->setContextMenuPolicy(Qt::NoContextMenu);
+    new LeadSourceHints(m_leadsView, [this](const QModelIndex &row) {
+        return m_session.leadSource(row.data(Qt::DisplayRole).toString());
+    });
     grid->addWidget(label(tr("Main Pages"), frame), 1, 0);
     grid->addWidget(label(tr("Link Pages"), frame), 1, 1);
     grid->addWidget(label(tr("List of Email Ids"), frame), 1, 2);

@@ -84,6 +84,9 @@ HarvestWindow::HarvestWindow(QWidget *parent)
     connect(&crawl, &CrawlController::message, this,
             [this](const QString &text) { showMessage(this, text); });
     connect(&crawl, &CrawlController::storeProblem, this, &HarvestWindow::showStoreProblem);
+    // The run goes on without its record; the user hears of it once per run.
+    connect(&m_session, &HarvestSession::recordingProblem, this,
+            [this](const QString &problem) { showMessage(this, problem); });
     connect(&crawl, &CrawlController::stateChanged, m_resultTab, &HarvestResultTab::showState);
     connect(&crawl, &CrawlController::progress, m_resultTab, &HarvestResultTab::showProgress);
     connect(&crawl.monitor(), &RunMonitor::ticked, m_resultTab, &HarvestResultTab::showProgress);
@@ -201,6 +204,21 @@ void HarvestWindow::showStoreProblem(const QString &problem)
     m_resultTab->showProgress();
 }
 
+namespace {
+
+HarvestWindow::LeadSaveChoice askLeadFile(QWidget *parent)
+{
+    const QString leadFile = HarvestWindow::tr("Lead files (*.csv)");
+    const QString withSources = HarvestWindow::tr("CSV with the source of each lead (*.csv)");
+    QString chosenFilter = leadFile;
+    const QString path =
+        QFileDialog::getSaveFileName(parent, HarvestWindow::tr("Save Leads"), {},
+                                     leadFile + QStringLiteral(";;") + withSources, &chosenFilter);
+    return {path, chosenFilter == withSources};
+}
+
+} // namespace
+
 QStringList HarvestWindow::leads() const
 {
     return m_session.context().lstMailList.texts();
@@ -208,14 +226,18 @@ QStringList HarvestWindow::leads() const
 
 void HarvestWindow::saveLeads()
 {
-    const QString path =
-        m_leadFileChooser
-            ? m_leadFileChooser(this)
-            : QFileDialog::getSaveFileName(this, tr("Save Leads"), {}, tr("Lead files (*.csv)"));
-    if (path.isEmpty())
+    const LeadSaveChoice choice = m_leadFileChooser ? m_leadFileChooser(this) : askLeadFile(this);
+    if (choice.path.isEmpty())
         return;
-    if (Result<void> written = LeadFile::write(path, leads()); !written)
-        showErrorReport(this, QStringLiteral("cmdSaveEmail->"), written.message());
+    QString problem;
+    if (choice.withSources) {
+        if (const Result<qint64> saved = m_session.saveLeadsCsv(choice.path); !saved)
+            problem = saved.message();
+    } else if (const Result<void> written = LeadFile::write(choice.path, leads()); !written) {
+        problem = written.message();
+    }
+    if (!problem.isEmpty())
+        showErrorReport(this, QStringLiteral("cmdSaveEmail->"), problem);
 }
 
 void HarvestWindow::skipDomainOfSelectedLink()
@@ -230,7 +252,8 @@ void HarvestWindow::openResumeDialog()
     m_resultTab->showProgress();
     if (m_resumeDialog)
         return;
-    m_resumeDialog = new ResumeDialog(m_session.crawl().resume(), this);
+    m_resumeDialog =
+        new ResumeDialog(m_session.crawl().resume(), m_session.probe().address(), this);
     m_resumeDialog->setAttribute(Qt::WA_DeleteOnClose);
     m_resumeDialog->open();
 }

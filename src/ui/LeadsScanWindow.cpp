@@ -2,6 +2,7 @@
 
 #include "ui/DeleteConfirmDialog.h"
 #include "ui/HelpWindow.h"
+#include "ui/LeadSourceHints.h"
 #include "ui/MessageDialog.h"
 #include "ui/ToolWidgets.h"
 
@@ -62,6 +63,12 @@ LeadsScanWindow::LeadsScanWindow(QWidget *parent)
     }
     m_emails->setModel(&m_scan.leads());
     m_emails->setSelectionMode(QAbstractItemView::ExtendedSelection);
+    new LeadSourceHints(m_emails, [this](const QModelIndex &row) -> std::optional<LeadSource> {
+        const QString source = m_scan.leadSource(row.row());
+        if (source.isEmpty())
+            return std::nullopt;
+        return LeadSource{source, {}};
+    });
     m_stopFolder->setEnabled(false);
 
     m_chooseFile = [this] {
@@ -113,6 +120,8 @@ LeadsScanWindow::LeadsScanWindow(QWidget *parent)
         QApplication::beep();
     });
     // A file or folder that cannot be read is reported and the walk goes on.
+    connect(&m_scan, &LeadsScan::recordingProblem, this,
+            [this](const QString &problem) { showMessage(this, problem); });
     connect(&m_scan, &LeadsScan::fileError, this, [this](const QString &path, const QString &why) {
         report(tr("Error: ") + path + QLatin1Char(' ') + why);
     });

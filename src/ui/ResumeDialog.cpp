@@ -19,11 +19,15 @@ QLabel *wrappedLabel(const QString &text, const char *name, QWidget *parent)
 }
 } // namespace
 
-ResumeDialog::ResumeDialog(ResumeController &controller, QWidget *parent)
+ResumeDialog::ResumeDialog(ResumeController &controller, const QUrl &probe, QWidget *parent)
     : SkinnedDialog(QStringLiteral("Images9"), ResumeTexts::Caption, parent),
       m_controller(controller), m_title(wrappedLabel(ResumeTexts::Title, "lblTitle", this)),
       m_okHint(wrappedLabel(ResumeTexts::ResumeHint, "lblOK", this)),
       m_cancelHint(wrappedLabel(ResumeTexts::CancelHint, "lblCancel", this)),
+      m_probe(wrappedLabel(ResumeTexts::probeLine(probe) +
+                               tr(" Another address can be given as \"Connection Probe\" on the "
+                                  "Settings tab."),
+                           "lblProbe", this)),
       m_resume(new QPushButton(ResumeTexts::ResumeButton, this)),
       m_cancel(new QPushButton(ResumeTexts::CancelButton, this))
 {
@@ -37,6 +41,7 @@ ResumeDialog::ResumeDialog(ResumeController &controller, QWidget *parent)
     layout->addWidget(m_title);
     layout->addWidget(m_okHint);
     layout->addWidget(m_cancelHint);
+    layout->addWidget(m_probe);
     auto *buttons = new QHBoxLayout;
     buttons->addStretch();
     buttons->addWidget(m_resume);

@@ -4,6 +4,7 @@
 
 class QLabel;
 class QPushButton;
+class QUrl;
 
 namespace corvane {
 
@@ -16,11 +17,13 @@ class ResumeDialog : public SkinnedDialog
 {
     Q_OBJECT
 public:
-    explicit ResumeDialog(ResumeController &controller, QWidget *parent = nullptr);
+    // probe: the address the connection test reaches, shown beneath the question.
+    ResumeDialog(ResumeController &controller, const QUrl &probe, QWidget *parent = nullptr);
 
     QLabel *titleLabel() const { return m_title; }
     QLabel *resumeLabel() const { return m_okHint; }
     QLabel *cancelLabel() const { return m_cancelHint; }
+    QLabel *probeLabel() const { return m_probe; }
     QPushButton *resumeButton() const { return m_resume; }
     QPushButton *cancelButton() const { return m_cancel; }
 
@@ -33,6 +36,7 @@ private:
     QLabel *m_title;
     QLabel *m_okHint;
     QLabel *m_cancelHint;
+    QLabel *m_probe;
     QPushButton *m_resume;
     QPushButton *m_cancel;
 };

@@ -1,5 +1,6 @@
 #include "verify/LeadVerifier.h"
 
+#include "leads/LeadDatabase.h"
 #include "scan/ReadWorkbook.h"
 #include "verify/DnsServer.h"
 #include "verify/VerifierRecords.h"
@@ -31,6 +32,17 @@ QStringList exchangerNames(const modDNS::MxAnswer &answer)
     for (const modDNS::MxRecord &record : answer.records)
         names << record.exchanger;
     return names;
+}
+
+// The exchanger a mail server tries first: the lowest preference, the first of equals.
+QString preferredExchanger(const modDNS::MxAnswer &answer)
+{
+    const modDNS::MxRecord *best = nullptr;
+    for (const modDNS::MxRecord &record : answer.records) {
+        if (!record.exchanger.isEmpty() && (!best || record.preference < best->preference))
+            best = &record;
+    }
+    return best ? best->exchanger : QString();
 }
 
 } // namespace
@@ -224,6 +236,7 @@ void LeadVerifier::decideHead(const modDNS::MxAnswer &answer)
     m_exchangers = exchangerNames(answer);
     emit exchangersChanged(m_exchangers);
     const bool valid = isValid(answer);
+    m_answerBuffer.push_back({address, valid, valid ? preferredExchanger(answer) : QString()});
     if (valid) {
         m_valid << address;
         m_verifiedBuffer << address;
@@ -328,6 +341,30 @@ void LeadVerifier::flushRecords()
     };
     flush(m_verifiedBuffer, VerifierRecords::verifiedPath());
     flush(m_unverifiedBuffer, VerifierRecords::unverifiedPath());
+    recordAnswers();
+}
+
+void LeadVerifier::recordAnswers()
+{
+    if (m_answerBuffer.empty())
+        return;
+    Result<void> recorded;
+    if (!m_database) {
+        auto opened = LeadDatabase::open(LeadDatabase::defaultPath());
+        if (opened)
+            m_database = std::make_unique<LeadDatabase>(std::move(opened).value());
+        else
+            recorded = opened.error();
+    }
+    if (m_database)
+        recorded = m_database->recordVerifications(m_answerBuffer);
+    if (recorded) {
+        m_answerBuffer.clear();
+    } else if (!m_recordProblemShown) {
+        // Kept for the next attempt, like the record files' lines.
+        m_recordProblemShown = true;
+        emit problem(recorded.message());
+    }
 }
 
 } // namespace corvane

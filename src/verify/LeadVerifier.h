@@ -3,6 +3,7 @@
 #include "common/CrawlProfile.h"
 #include "common/Result.h"
 #include "common/TimerSource.h"
+#include "leads/LeadRecords.h"
 #include "scan/LeadSheetLoader.h"
 #include "verify/DnsMessage.h"
 #include "verify/ElapsedClock.h"
@@ -15,13 +16,17 @@
 
 #include <deque>
 #include <memory>
+#include <vector>
 
 namespace corvane {
+
+class LeadDatabase;
 
 // The leads verifier behind the "Leads Verifier" window: a list of pending addresses,
 // checked one after another for a mail exchanger of their domain, with the valid ones,
 // their count and an elapsed-time clock. Each decided address is appended to the
-// verified or unverified record file as soon as it is decided.
+// verified or unverified record file as soon as it is decided, and its answer (valid or not,
+// the preferred mail exchanger, when) to the lead database of the data folder.
 //
 // classic asks about one address at a time, exactly as the original tool did. modern keeps
 // up to 64 questions in flight, asks once per distinct domain and decides the addresses in
@@ -103,6 +108,7 @@ private:
     void setRunning(bool running);
     void abortQueries();
     void flushRecords();
+    void recordAnswers();
     void popHead();
     bool isValid(const modDNS::MxAnswer &answer) const;
     void serverLookedUp(const QList<QHostAddress> &addresses, const QString &host);
@@ -135,7 +141,11 @@ private:
 
     QStringList m_verifiedBuffer;
     QStringList m_unverifiedBuffer;
+    std::vector<Verification> m_answerBuffer;
+    // Opened when the first answer is recorded.
+    std::unique_ptr<LeadDatabase> m_database;
     bool m_writeProblemShown = false;
+    bool m_recordProblemShown = false;
 
     bool m_running = false;
     bool m_pumping = false;

@@ -15,6 +15,20 @@ prefix=$work/prefix
 "$cmake" --install "$build" --prefix "$prefix" >/dev/null
 [ -x "$prefix/bin/corvane-cli" ] || fail "bin/corvane-cli is missing"
 
+# The manual page and the bash completion, both written from the option tables.
+man=$prefix/share/man/man1/corvane-cli.1
+[ -f "$man" ] || fail "share/man/man1/corvane-cli.1 is missing"
+grep -q '^\.SS "corvane\\-cli harvest"' "$man" || fail "the manual page has no harvest section"
+if command -v groff >/dev/null; then
+    groff -man -Tutf8 -ww -z "$man" 2>"$work/groff.err" || fail "groff refuses the manual page"
+    [ ! -s "$work/groff.err" ] || fail "groff warns: $(head -3 "$work/groff.err")"
+fi
+completion=$prefix/share/bash-completion/completions/corvane-cli
+[ -f "$completion" ] || fail "share/bash-completion/completions/corvane-cli is missing"
+words=$(bash -c 'source "$1"; COMP_WORDS=(corvane-cli leads list --format ""); COMP_CWORD=4
+    _corvane_cli; echo "${COMPREPLY[*]}"' _ "$completion")
+[ "$words" = "text csv jsonl" ] || fail "completing leads list --format gave: $words"
+
 if [ "$gui" = ON ]; then
     [ -x "$prefix/bin/corvane" ] || fail "bin/corvane is missing"
     entry=$prefix/share/applications/corvane.desktop

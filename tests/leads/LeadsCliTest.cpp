@@ -170,19 +170,3 @@ TEST_F(LeadsCommand, ListAnswersWhileAWriterHoldsItsTransaction)
     EXPECT_EQ(list.out, "ann@firm.com\nbob@shop.org\ncy@firm.com\n");
     ASSERT_TRUE(writer.value().exec("ROLLBACK"));
 }
-
-TEST_F(LeadsCommand, HelpIsMadeFromTheOptionTables)
-{
-    const CliRun list = leads({"list", "--help"});
-    EXPECT_EQ(list.code, 0);
-    EXPECT_TRUE(list.err.isEmpty());
-    for (const char *part : {"usage: corvane-cli leads list [--run ID]", "--since DATE", "--new",
-                             "--domain D", "text, csv or jsonl (default: text)", "-h, --help",
-                             "Examples:\n  corvane-cli leads list "})
-        EXPECT_TRUE(list.out.contains(part)) << part << "\n" << list.out.constData();
-    EXPECT_TRUE(leads({"export", "-h"}).out.contains("--format FORMAT"));
-    const CliRun group = leads({"--help"});
-    EXPECT_EQ(group.code, 0);
-    for (const char *part : {"leads runs", "leads list", "leads export --format FORMAT"})
-        EXPECT_TRUE(group.out.contains(part)) << part;
-}

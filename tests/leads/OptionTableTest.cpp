@@ -1,4 +1,5 @@
 #include "OptionTable.h"
+#include "Command.h"
 
 #include <gtest/gtest.h>
 
@@ -25,7 +26,12 @@ const OptionTable &table()
                      .help = "where to",
                      .kind = FileValue{},
                      .required = true},
-                    {.name = "quiet", .help = "say nothing"}},
+                    {.name = "dry", .help = "change nothing"},
+                    {.name = "tag",
+                     .valueName = "T",
+                     .help = "a tag",
+                     .kind = TextValue{},
+                     .repeatable = true}},
         .examples = {"tool go --out a-file.txt"},
     });
     return table;
@@ -35,12 +41,17 @@ const OptionTable &table()
 
 TEST(OptionTable, ParsesCheckedValuesAndDefaults)
 {
-    const auto parsed = table().parse({"--out", "x.txt", "--quiet", "--mode=slow"});
+    const auto parsed = table().parse(
+        {"--out", "x.txt", "--dry", "--mode=slow", "-q", "--tag", "a", "--tag", "b,c"});
     ASSERT_TRUE(std::holds_alternative<OptionValues>(parsed));
+    EXPECT_TRUE(isQuiet());
+    setQuiet(false);
     const OptionValues &values = std::get<OptionValues>(parsed);
+    EXPECT_EQ(values.values("tag"), QStringList({"a", "b,c"}));
+    EXPECT_EQ(values.values("mode"), QStringList{"slow"});
     EXPECT_EQ(values.number("count"), 3);
     EXPECT_FALSE(values.isSet("count"));
-    EXPECT_TRUE(values.isSet("quiet"));
+    EXPECT_TRUE(values.isSet("dry"));
     EXPECT_EQ(values.value("mode"), "slow");
     EXPECT_EQ(values.value("out"), "x.txt");
 
@@ -60,12 +71,15 @@ TEST(OptionTable, ParsesCheckedValuesAndDefaults)
 TEST(OptionTable, HelpManualAndCompletionShowEveryOption)
 {
     EXPECT_EQ(table().usageLine(),
-              "corvane-cli tool go [--count N] [--mode MODE] --out FILE [--quiet]");
+              "corvane-cli tool go [--count N] [--mode MODE] --out FILE [--dry] [--tag T]");
     const QString help = table().helpText();
     for (const char *line :
-         {"  --count N     how many (default: 3)\n", "  --mode MODE   how: fast or slow\n",
-          "  --out FILE    where to (required)\n", "  --quiet       say nothing\n",
-          "  -h, --help    show this help\n", "Example:\n  corvane-cli tool go --out a-file.txt\n"})
+         {"  --count N    how many (default: 3)\n", "  --mode MODE  how: fast or slow\n",
+          "  --out FILE   where to (required)\n", "  --dry        change nothing\n",
+          "  --tag T      a tag; may be given more than once\n",
+          "  -q, --quiet  no progress and no messages, only errors\n",
+          "  -h, --help   show this help\n", "Example:\n  corvane-cli tool go --out a-file.txt\n",
+          "Exit status: 0 done, 1 failed, 2 bad call, 130 interrupted.\n"})
         EXPECT_TRUE(help.contains(line)) << line << "\n" << help.toStdString();
 
     const QString man = table().manSection();
@@ -74,8 +88,8 @@ TEST(OptionTable, HelpManualAndCompletionShowEveryOption)
     EXPECT_TRUE(man.contains("corvane\\-cli tool go \\-\\-out a\\-file.txt\n"));
 
     EXPECT_EQ(table().completionWords(),
-              QStringList({"--count", "--mode", "--out", "--quiet", "--help"}));
+              QStringList({"--count", "--mode", "--out", "--dry", "--tag", "--quiet", "--help"}));
     EXPECT_EQ(table().completionWords("--mode"), QStringList({"fast", "slow"}));
     EXPECT_TRUE(table().completionWords("--out").isEmpty());
-    EXPECT_EQ(table().completionWords("--quiet").size(), 5);
+    EXPECT_EQ(table().completionWords("--dry").size(), 7);
 }

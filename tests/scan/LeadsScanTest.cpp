@@ -4,12 +4,14 @@
 #include "analysis/PageAnalyser.h"
 #include "exchange/WarcStreams.h"
 #include "exchange/WarcWriter.h"
+#include "leads/LeadDatabase.h"
 #include "scan/DirScanner.h"
 #include "scan/ReadWorkbook.h"
 #include "support/TestSupport.h"
 
 #include <QBuffer>
 #include <QDir>
+#include <QFileInfo>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
@@ -67,6 +69,24 @@ TEST(LeadsScan, FolderScanListsNewLeadsOnceAndCountsFiles)
     ASSERT_TRUE(scan.runFolderScan(f.path("sub")).ok());
     EXPECT_EQ(scan.filesScanned(), 1);
     EXPECT_EQ(scan.leads().count(), 3);
+
+    // Each scan is a finished run of the lead database; every lead names its file in full.
+    const QString two = QFileInfo(f.path("sub/two.htm")).absoluteFilePath();
+    EXPECT_EQ(scan.leadSource(2), two);
+    auto db = LeadDatabase::open(LeadDatabase::defaultPath());
+    ASSERT_TRUE(db.ok());
+    const auto runs = db.value().runs();
+    ASSERT_TRUE(runs.ok());
+    ASSERT_EQ(runs.value().size(), 2u);
+    EXPECT_EQ(runs.value()[0].message, QStringLiteral("2 Files Scanned."));
+    EXPECT_EQ(runs.value()[1].leads, 0); // nothing new was listed
+    QStringList found;
+    ASSERT_TRUE(db.value().forEachLead({.run = runs.value()[0].id}, [&](const LeadRow &lead) {
+        found << lead.email + QLatin1Char(' ') + lead.source;
+        return true;
+    }));
+    EXPECT_EQ(found, QStringList({"ann@firm.com " + QFileInfo(f.path("one.txt")).absoluteFilePath(),
+                                  "Ann@firm.com " + two, "cy@x.net " + two}));
 }
 
 TEST(LeadsScan, FolderChecksComeInTheWindowsOrder)

@@ -4,10 +4,13 @@
 #include "support/SheetFiles.h"
 #include "support/TestSupport.h"
 
+#include "leads/LeadDatabase.h"
+#include "leads/RunRecorder.h"
 #include "verify/LeadVerifier.h"
 #include "verify/VerifierRecords.h"
 
 #include <QDir>
+#include <QJsonObject>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -66,6 +69,13 @@ TEST_P(VerifyAgainstDnsmasq, DecidesEveryAddressAndRecordsIt)
             exchangersOfTwo = verifier.exchangers();
     });
 
+    // Two of the addresses are leads of a harvest in the lead database.
+    auto harvest = RunRecorder::start(LeadDatabase::defaultPath(), RunKind::Harvest, QJsonObject{});
+    ASSERT_TRUE(harvest.ok());
+    harvest.value()->recordLead("c@TWO.test", "http://two.test/");
+    harvest.value()->recordLead("b@none.test", "http://none.test/");
+    ASSERT_TRUE(harvest.value()->endRun("Done."));
+
     // A lead sheet never holds an address without "@"; a list given directly may.
     verifier.addLeads({"a@good.test", "b@none.test", "c@TWO.test", "plain.test", "d@none.test",
                        "e@good.test", "e@good.test", "f@none.test", "f@none.test", "g@none.test"});
@@ -89,6 +99,15 @@ TEST_P(VerifyAgainstDnsmasq, DecidesEveryAddressAndRecordsIt)
               (QStringList{"b@none.test", "d@none.test", "f@none.test", "g@none.test"}));
     // classic asks once per address checked; modern once per domain.
     EXPECT_EQ(verifier.queriesSent(), GetParam() == CrawlProfile::Classic ? 8 : 4);
+    // The database has each answer: the exchanger tried first for a valid lead, none else.
+    auto db = LeadDatabase::open(LeadDatabase::defaultPath());
+    ASSERT_TRUE(db.ok());
+    QStringList answers;
+    ASSERT_TRUE(db.value().forEachLead({}, [&](const LeadRow &lead) {
+        answers << lead.email + QLatin1Char(' ') + lead.mx;
+        return true;
+    }));
+    EXPECT_EQ(answers, (QStringList{"c@TWO.test mx2.two.test", "b@none.test "}));
 
     // A second run appends to the files and keeps counting.
     verifier.addLeads({"h@good.test"});

@@ -121,12 +121,15 @@ public:
         calls << QStringLiteral("FetchURLDetails %1 %2").arg(group).arg(base);
         linkQueue += linksOf(content);
     }
-    void ExtractEmails(int group, const QString &content) override
+    QStringList ExtractEmails(int group, const QString &content) override
     {
         calls << QStringLiteral("ExtractEmails %1").arg(group);
+        QStringList accepted;
         for (const QString &word : content.split(QLatin1Char(' ')))
             if (word.contains(QLatin1Char('@')) && !leadList.contains(word))
-                leadList << word;
+                accepted << word;
+        leadList += accepted;
+        return accepted;
     }
     void setAddressFilterList(const QString &list) override { filterList = list; }
     void setUserFilters(const UserLeadFilters &filters, qint64 limit) override

@@ -14,6 +14,13 @@ struct CliRun
     QString out;
     QString err;
     QStringList leads; // sorted
+
+    // Only leads go to standard output (here none: they go to the lead file); the end-of-run
+    // message goes to standard error with the progress.
+    bool endedWith(const QString &message) const
+    {
+        return out.isEmpty() && err.contains(message + QLatin1Char('\n'));
+    }
 };
 
 // Whether this process's event loop runs while the command does (for servers of the test).

@@ -70,7 +70,7 @@ TEST(ModernSearch, EveryKeywordsResultPagesAndEveryLinkPageArePacedAndTheRunEnds
         harvest(home, {"--engine", "Local", "--keywords", kKeywords.join(u','), "--profile",
                        "modern", "--delay", "250", "--timeout", "5", "--probe", root + "/"});
     ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
-    EXPECT_EQ(run.out.trimmed(), QStringLiteral("Corvane has completed the specified search."));
+    EXPECT_TRUE(run.endedWith(QStringLiteral("Corvane has completed the specified search.")));
 
     QStringList expectedLeads;
     for (const QString &keyword : kKeywords) {

@@ -60,7 +60,7 @@ TEST(InputModes, PromptsAndEmptyMessagesPerMode)
         EXPECT_EQ(empty.message, expected[mode - 1].second);
     }
     EXPECT_FALSE(inputModeText(0));
-    EXPECT_FALSE(inputModeText(8));
+    EXPECT_FALSE(inputModeText(9));
     EXPECT_FALSE(inputModeText(-3));
 }
 

@@ -76,7 +76,7 @@ TEST(Keyboard, TabReachesEveryButtonOfEveryWindow)
     VirtualTimerSource timers;
     ResumeController resume(offline, timers);
     ASSERT_EQ(resume.connectionTested(false), ResumeController::StepVerdict::Skip);
-    ResumeDialog question(resume);
+    ResumeDialog question(resume, QUrl(QStringLiteral("http://127.0.0.1:9/")));
     EXPECT_EQ(buttonsTabMisses(question), QStringList{}) << "resume question";
     // Escape is Cancel there: the run ends rather than waiting on with no one asked.
     QTest::keyClick(&question, Qt::Key_Escape);

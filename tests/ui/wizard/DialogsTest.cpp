@@ -26,8 +26,13 @@ TEST(ResumeDialogTest, ShowsTheTextsAndReportsTheUsersChoice)
     ASSERT_EQ(controller.connectionTested(false), ResumeController::StepVerdict::Skip);
     ASSERT_TRUE(controller.isAsking());
 
-    ResumeDialog dialog(controller);
+    ResumeDialog dialog(controller, QUrl(QStringLiteral("http://intranet.test:8080/")));
     dialog.open();
+    EXPECT_EQ(dialog.titleLabel()->text(), ResumeTexts::Title);
+    // The address tested, and where to change it, beneath the question's own texts.
+    EXPECT_TRUE(dialog.probeLabel()->text().startsWith(
+        QStringLiteral("The connection is tested by reaching http://intranet.test:8080/.")));
+    EXPECT_TRUE(dialog.probeLabel()->text().contains(QStringLiteral("Connection Probe")));
     EXPECT_EQ(dialog.resumeButton()->text(), QStringLiteral("&Resume Mode"));
     QTest::mouseClick(dialog.resumeButton(), Qt::LeftButton);
     EXPECT_TRUE(controller.resumeMode());
@@ -41,7 +46,7 @@ TEST(ResumeDialogTest, ClosesByItselfWhenTheConnectionReturns)
     VirtualTimerSource timers;
     ResumeController controller(connection, timers);
     controller.connectionTested(false);
-    ResumeDialog dialog(controller);
+    ResumeDialog dialog(controller, ConnectionProbe::defaultAddress());
     dialog.open();
     connection.online = true;
     timers.advance(ResumeController::RetestIntervalMs);

@@ -7,6 +7,7 @@
 #include "support/FaultInjector.h"
 #include "support/TestSupport.h"
 #include "ui/InputDialog.h"
+#include "ui/LeadSourceHints.h"
 #include "ui/MessageDialog.h"
 #include "ui/ResumeDialog.h"
 
@@ -108,6 +109,34 @@ TEST_F(HarvestWindowTest, HarvestsASiteStopsGoesOnAndSavesTheLeads)
     EXPECT_EQ(QString::fromLatin1(test::readFile(file)),
               QStringLiteral("Email Id\r\n") + window->leads().join(QStringLiteral("\r\n")) +
                   QStringLiteral("\r\n"));
+
+    // The other choice: every lead of the run, stopped and gone on, with the page it is on.
+    const QString withSources = home.file(QStringLiteral("sources.csv"));
+    window->setLeadFileChooser([&](QWidget *) {
+        return HarvestWindow::LeadSaveChoice{withSources, true};
+    });
+    QTest::mouseClick(button("cmdSaveEmail"), Qt::LeftButton);
+    const QStringList rows = QString::fromUtf8(test::readFile(withSources))
+                                 .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);
+    ASSERT_EQ(rows.size(), window->leads().size() + 1);
+    EXPECT_TRUE(rows[0].startsWith(QStringLiteral("email,source_url,page_title,")));
+    for (qsizetype row = 1; row < rows.size(); ++row)
+        EXPECT_TRUE(rows[row].startsWith(window->leads().at(row - 1) + QLatin1Char(',') +
+                                         server.url(QStringLiteral("/"))))
+            << rows[row].toStdString();
+
+    // Each listed lead tells where it was found, and opens it.
+    auto *leadList = window->findChild<QListView *>(QStringLiteral("lstMailList"));
+    auto *hints = leadList->findChild<LeadSourceHints *>();
+    ASSERT_TRUE(hints);
+    QList<QUrl> opened;
+    hints->setOpener([&](const QUrl &link) { opened << link; });
+    const QModelIndex first = leadList->model()->index(0, 0);
+    const std::optional<LeadSource> source = window->session().leadSource(window->leads().at(0));
+    ASSERT_TRUE(source);
+    EXPECT_TRUE(hints->toolTip(first).startsWith(QStringLiteral("Found at ") + source->location));
+    emit leadList->doubleClicked(first);
+    EXPECT_EQ(opened, QList<QUrl>{QUrl(source->location)});
 }
 
 // The maximum pages typed while a run waits on a slow page ends it at the next tick.

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "common/Result.h"
-#include "leads/LeadRecords.h"
 #include "common/Sqlite.h"
+#include "leads/LeadRecords.h"
 
 #include <QString>
 

@@ -1,7 +1,7 @@
 #include "leads/RunRecorder.h"
 
-#include "leads/LeadDatabase.h"
 #include "common/Sqlite.h"
+#include "leads/LeadDatabase.h"
 
 #include <QDateTime>
 #include <QHash>

@@ -168,6 +168,7 @@ private:
         qint64 cap = 0;
         bool overflow = false;
         QString robotsSite;    // set for a robots.txt fetch
+        QString host;          // the site it holds one of the connections of
         QString pacedSite;     // the site whose pace this transfer sets, while politeness is on
         bool answered = false; // the answer has begun
     };
@@ -212,6 +213,8 @@ private:
     void startPages();
     std::optional<Request> takeQueuedTurn(Clock::time_point now);
     bool hasTurn(const Site &site, const DownloadOptions &options, Clock::time_point now) const;
+    bool hostHasRoom(const Request &request) const;
+    void leaveHost(Transfer &transfer);
     int pauseMs(Clock::time_point now) const;
     bool launch(Request request, Clock::time_point now);
     bool startTransfer(Transfer *transfer, const QByteArray &url);
@@ -249,7 +252,10 @@ private:
     std::size_t m_nextQueuedSite = 0;
     std::vector<CURL *> m_spareEasies;
     int m_runningPages = 0;
-    long m_hostCap = 0;
+    // Transfers in curl per site. The cap is kept here rather than by curl: transfers curl
+    // holds back for a connection can stay parked until their time-out once the site's
+    // connections have closed, and a whole burst then waits for nothing.
+    std::unordered_map<QString, int> m_hostTransfers;
 };
 
 CurlDownloader::Worker::Worker(CurlDownloader *owner, const DownloadOptions &options)
@@ -474,6 +480,28 @@ bool CurlDownloader::Worker::hasTurn(const Site &site, const DownloadOptions &op
     return site.unanswered == 0 && now >= site.lastAnswer + std::chrono::milliseconds(interval);
 }
 
+// May one more transfer go to the page's site without passing its connection cap?
+bool CurlDownloader::Worker::hostHasRoom(const Request &request) const
+{
+    const QString host = siteKey(QUrl(request.address().trimmed(), QUrl::TolerantMode));
+    if (host.isEmpty())
+        return true;
+    const auto found = m_hostTransfers.find(host);
+    return found == m_hostTransfers.end() ||
+           found->second < std::max(1, request.options->maxConnectionsPerHost);
+}
+
+// The transfer has left curl: its connection is free for the next page of its site.
+void CurlDownloader::Worker::leaveHost(Transfer &transfer)
+{
+    if (transfer.host.isEmpty())
+        return;
+    const auto found = m_hostTransfers.find(transfer.host);
+    if (found != m_hostTransfers.end() && --found->second <= 0)
+        m_hostTransfers.erase(found);
+    transfer.host.clear();
+}
+
 // The next queued page whose site has its turn, the sites taken in rotation so that one busy
 // site does not hold up the others. Nothing when no site has its turn or no transfer is free.
 std::optional<CurlDownloader::Worker::Request>
@@ -495,7 +523,7 @@ CurlDownloader::Worker::takeQueuedTurn(Clock::time_point now)
             return std::nullopt;
         ++looked;
         ++m_nextQueuedSite;
-        if (!hasTurn(site, *front.options, now))
+        if (!hasTurn(site, *front.options, now) || !hostHasRoom(front))
             continue;
         Request request = std::move(site.queue.front());
         site.queue.pop_front();
@@ -535,8 +563,12 @@ void CurlDownloader::Worker::startPages()
             if (m_ready.empty() ||
                 m_runningPages >= std::max(1, m_ready.front().options->maxInFlight))
                 return;
-            request = std::move(m_ready.front());
-            m_ready.pop_front();
+            const auto next = std::find_if(m_ready.begin(), m_ready.end(),
+                                           [this](const Request &r) { return hostHasRoom(r); });
+            if (next == m_ready.end())
+                return; // a finishing transfer wakes the worker
+            request = std::move(*next);
+            m_ready.erase(next);
             if (!request->site.isEmpty()) {
                 // Its site may have closed since the page was made ready.
                 const auto found = m_sites.find(request->site);
@@ -620,15 +652,13 @@ bool CurlDownloader::Worker::startTransfer(Transfer *transfer, const QByteArray 
                           transfer->request.deadline - Clock::now())
                           .count();
     CURL *easy = takeEasy();
-    const long hostCap = transfer->request.options->maxConnectionsPerHost;
-    if (hostCap != m_hostCap) {
-        curl_multi_setopt(m_multi, CURLMOPT_MAX_HOST_CONNECTIONS, hostCap);
-        m_hostCap = hostCap;
-    }
     if (easy && left > 0) {
         configure(easy, transfer, url, static_cast<long>(left));
         if (curl_multi_add_handle(m_multi, easy) == CURLM_OK) {
             transfer->easy = easy;
+            transfer->host = siteKey(QUrl::fromEncoded(url));
+            if (!transfer->host.isEmpty())
+                ++m_hostTransfers[transfer->host];
             return true;
         }
     }
@@ -729,6 +759,8 @@ void CurlDownloader::Worker::finishTransfers()
         long status = 0;
         curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
         curl_multi_remove_handle(m_multi, easy);
+        if (transfer)
+            leaveHost(*transfer);
 
         const auto it = std::find_if(m_transfers.begin(), m_transfers.end(),
                                      [&](const auto &t) { return t.get() == transfer; });
@@ -884,6 +916,7 @@ void CurlDownloader::Worker::dropAll()
         if (t->easy) {
             curl_multi_remove_handle(m_multi, t->easy);
             m_spareEasies.push_back(t->easy);
+            leaveHost(*t);
         }
         leaveSite(*t);
         if (!robots)

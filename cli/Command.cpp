@@ -64,7 +64,7 @@ void writeMessage(const QString &text)
         writeErr(text);
 }
 
-OptionSpec profileOption()
+OptionDefinition profileOption()
 {
     return {.name = QStringLiteral("profile"),
             .valueName = QStringLiteral("PROFILE"),
@@ -74,7 +74,7 @@ OptionSpec profileOption()
             .defaultValue = QStringLiteral("classic")};
 }
 
-std::vector<OptionSpec> leadFilterOptions()
+std::vector<OptionDefinition> leadFilterOptions()
 {
     return {
         {.name = QStringLiteral("exclude-domain"),
@@ -140,7 +140,7 @@ void warning(const QString &message)
     writeErr(QStringLiteral("corvane-cli: warning: %1\n").arg(message));
 }
 
-OptionSpec foundLeadsFormatOption()
+OptionDefinition foundLeadsFormatOption()
 {
     return {.name = QStringLiteral("format"),
             .valueName = QStringLiteral("FORMAT"),
@@ -152,7 +152,7 @@ OptionSpec foundLeadsFormatOption()
             .defaultValue = QStringLiteral("text")};
 }
 
-OptionSpec noRecordOption()
+OptionDefinition noRecordOption()
 {
     return {.name = QStringLiteral("no-record"),
             .help = QStringLiteral("do not record the run in the lead database")};

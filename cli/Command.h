@@ -70,12 +70,12 @@ bool isQuiet();
 void writeMessage(const QString &text);
 
 // The --profile option of the commands that follow links or query servers (default classic).
-OptionSpec profileOption();
+OptionDefinition profileOption();
 CrawlProfile chosenProfile(const OptionValues &options);
 
 // --exclude-domain, --exclude-type and --include-type: the user's lead filters, as extract
 // and harvest take them.
-std::vector<OptionSpec> leadFilterOptions();
+std::vector<OptionDefinition> leadFilterOptions();
 // --exclude-type and --include-type choose which e-mail type list is in force; giving both is
 // refused.
 Result<EmailTypeMode> emailTypeMode(const OptionValues &options);
@@ -83,9 +83,9 @@ Result<EmailTypeMode> emailTypeMode(const OptionValues &options);
 QStringList commaList(const QStringList &values);
 
 // --format text|csv|jsonl of the commands that find leads (harvest, scan).
-OptionSpec foundLeadsFormatOption();
+OptionDefinition foundLeadsFormatOption();
 // --no-record of the same commands.
-OptionSpec noRecordOption();
+OptionDefinition noRecordOption();
 // The leads a harvest or scan found, in the --format chosen: to standard output, or to
 // outFile when it is not empty (text: a lead file). csv and jsonl come from the runs recorded
 // in the lead database, with their sources; when none was recorded, the leads are written as

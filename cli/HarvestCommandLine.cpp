@@ -100,21 +100,22 @@ const OptionTable &HarvestCommandLine::optionTable()
     static const OptionTable table = [] {
         const HarvestJob defaults;
         const auto text = [](const char *name, const char *value, const char *help) {
-            return OptionSpec{.name = QString::fromLatin1(name),
-                              .valueName = QString::fromLatin1(value),
-                              .help = QString::fromLatin1(help),
-                              .kind = TextValue{}};
+            return OptionDefinition{.name = QString::fromLatin1(name),
+                                    .valueName = QString::fromLatin1(value),
+                                    .help = QString::fromLatin1(help),
+                                    .kind = TextValue{}};
         };
         const auto flag = [](const char *name, const char *help) {
-            return OptionSpec{.name = QString::fromLatin1(name), .help = QString::fromLatin1(help)};
+            return OptionDefinition{.name = QString::fromLatin1(name),
+                                    .help = QString::fromLatin1(help)};
         };
         const auto file = [](const char *name, const char *value, const char *help) {
-            return OptionSpec{.name = QString::fromLatin1(name),
-                              .valueName = QString::fromLatin1(value),
-                              .help = QString::fromLatin1(help),
-                              .kind = FileValue{}};
+            return OptionDefinition{.name = QString::fromLatin1(name),
+                                    .valueName = QString::fromLatin1(value),
+                                    .help = QString::fromLatin1(help),
+                                    .kind = FileValue{}};
         };
-        std::vector<OptionSpec> options{
+        std::vector<OptionDefinition> options{
             text("engine", "NAME",
                  "harvest the result pages of search engine NAME (one of the harvest window's "
                  "list, letter case ignored) for --keywords"),
@@ -139,7 +140,7 @@ const OptionTable &HarvestCommandLine::optionTable()
         options[5].shownDefault = defaults.stopAfter;
         options[6].shownDefault = defaults.maxPages;
         options[7].shownDefault = defaults.maxLeads;
-        for (OptionSpec &option : leadFilterOptions())
+        for (OptionDefinition &option : leadFilterOptions())
             options.push_back(std::move(option));
         options.push_back(flag("no-emails", "do not look for leads in the pages"));
         options.push_back(file("kb", "ROOT",
@@ -159,17 +160,17 @@ const OptionTable &HarvestCommandLine::optionTable()
         options.push_back(text("proxy", "TYPE://[USER:PASS@]HOST:PORT",
                                "fetch through a proxy; TYPE is http, socks4 or socks5"));
         options.push_back(flag("remote-dns", "let the proxy look up host names"));
-        OptionSpec profile = profileOption();
+        OptionDefinition profile = profileOption();
         profile.defaultValue.clear();
         profile.shownDefault = QStringLiteral("classic; modern with --demo");
         options.push_back(profile);
         const auto modernNumber = [](const char *name, const char *value, const char *help, int min,
                                      int max, QString shown) {
-            return OptionSpec{.name = QString::fromLatin1(name),
-                              .valueName = QString::fromLatin1(value),
-                              .help = QString::fromLatin1(help),
-                              .kind = NumberValue{min, max},
-                              .shownDefault = std::move(shown)};
+            return OptionDefinition{.name = QString::fromLatin1(name),
+                                    .valueName = QString::fromLatin1(value),
+                                    .help = QString::fromLatin1(help),
+                                    .kind = NumberValue{min, max},
+                                    .shownDefault = std::move(shown)};
         };
         options.push_back(modernNumber(
             "first-page", "N", "modern profile: the result page each keyword starts from", 1,

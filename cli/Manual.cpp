@@ -34,7 +34,7 @@ const QString kConventions = QStringLiteral(
 // empty for a command's own table.
 QString subcommandOf(const QString &command, const OptionTable &table)
 {
-    return table.spec().name.mid(command.size() + 1);
+    return table.definition().name.mid(command.size() + 1);
 }
 
 QString shellWords(const QStringList &words)
@@ -45,11 +45,12 @@ QString shellWords(const QStringList &words)
 // The case branch that completes after the words of one table.
 QString completionBranch(const OptionTable &table)
 {
-    const CommandSpec &spec = table.spec();
-    QString text = QStringLiteral("        \"%1\")\n            case $prev in\n").arg(spec.name);
+    const CommandDefinition &definition = table.definition();
+    QString text =
+        QStringLiteral("        \"%1\")\n            case $prev in\n").arg(definition.name);
     QStringList fileOptions;
     QStringList valueOptions;
-    for (const OptionSpec &option : spec.options) {
+    for (const OptionDefinition &option : definition.options) {
         const QString flag = QStringLiteral("--") + option.name;
         if (std::holds_alternative<ChoiceValue>(option.kind))
             text += QStringLiteral("                %1) words=\"%2\" ;;\n")
@@ -65,8 +66,8 @@ QString completionBranch(const OptionTable &table)
         text += QStringLiteral("                %1) return ;;\n").arg(valueOptions.join('|'));
     const QString options = shellWords(table.completionWords());
     // Arguments are files or folders, except for a few that name stored things.
-    if (!spec.arguments.isEmpty() && (spec.arguments.contains(QLatin1String("FILE")) ||
-                                      spec.arguments.contains(QLatin1String("PATH"))))
+    if (!definition.arguments.isEmpty() && (definition.arguments.contains(QLatin1String("FILE")) ||
+                                            definition.arguments.contains(QLatin1String("PATH"))))
         text += QStringLiteral("                *) if [[ $cur == -* ]]; then words=\"%1\"; "
                                "else files=1; fi ;;\n")
                     .arg(options);

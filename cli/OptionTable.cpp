@@ -15,13 +15,14 @@ struct Overloaded : Ts...
 };
 
 // The options every command takes besides its own.
-const OptionSpec kQuietOption{.name = QStringLiteral("quiet"),
-                              .help = QStringLiteral("no progress and no messages, only errors")};
-const OptionSpec kHelpOption{.name = QStringLiteral("help"),
-                             .help = QStringLiteral("show this help")};
+const OptionDefinition kQuietOption{.name = QStringLiteral("quiet"),
+                                    .help =
+                                        QStringLiteral("no progress and no messages, only errors")};
+const OptionDefinition kHelpOption{.name = QStringLiteral("help"),
+                                   .help = QStringLiteral("show this help")};
 
 // "-q, --quiet"
-QString commonOptionNames(const OptionSpec &option)
+QString commonOptionNames(const OptionDefinition &option)
 {
     return QStringLiteral("-%1, --%2").arg(option.name.at(0)).arg(option.name);
 }
@@ -29,7 +30,7 @@ QString commonOptionNames(const OptionSpec &option)
 // Option names wider than this put their meaning on the next line.
 constexpr qsizetype kNameColumn = 26;
 
-bool takesValue(const OptionSpec &option)
+bool takesValue(const OptionDefinition &option)
 {
     return !std::holds_alternative<FlagValue>(option.kind);
 }
@@ -44,7 +45,7 @@ QString choiceList(const QStringList &choices)
 }
 
 // The help line's text after the option's name: meaning, choices, default.
-QString optionHelp(const OptionSpec &option)
+QString optionHelp(const OptionDefinition &option)
 {
     QString text = option.help;
     if (const auto *choice = std::get_if<ChoiceValue>(&option.kind))
@@ -60,7 +61,7 @@ QString optionHelp(const OptionSpec &option)
     return text;
 }
 
-QString optionSynopsis(const OptionSpec &option)
+QString optionSynopsis(const OptionDefinition &option)
 {
     QString text = QStringLiteral("--") + option.name;
     if (takesValue(option))
@@ -68,7 +69,7 @@ QString optionSynopsis(const OptionSpec &option)
     return text;
 }
 
-QString valueProblem(const OptionSpec &option, const QString &value)
+QString valueProblem(const OptionDefinition &option, const QString &value)
 {
     return std::visit(
         Overloaded{
@@ -147,16 +148,16 @@ QString optionLines(const QString &names, const QString &help, qsizetype column)
     return text + wrapped(help, kHelpWidth, column, column) + QLatin1Char('\n');
 }
 
-OptionTable::OptionTable(CommandSpec spec) : m_spec(std::move(spec))
+OptionTable::OptionTable(CommandDefinition definition) : m_definition(std::move(definition))
 {
-    for ([[maybe_unused]] const OptionSpec &option : m_spec.options)
+    for ([[maybe_unused]] const OptionDefinition &option : m_definition.options)
         Q_ASSERT_X(option.name != kQuietOption.name && option.name != kHelpOption.name,
                    "OptionTable", "every command has --quiet and --help already");
 }
 
-const OptionSpec *OptionTable::find(const QString &word) const
+const OptionDefinition *OptionTable::find(const QString &word) const
 {
-    for (const OptionSpec &option : m_spec.options) {
+    for (const OptionDefinition &option : m_definition.options) {
         if (word == QStringLiteral("--") + option.name)
             return &option;
     }
@@ -166,9 +167,9 @@ const OptionSpec *OptionTable::find(const QString &word) const
 QList<QCommandLineOption> OptionTable::acceptedOptions() const
 {
     QList<QCommandLineOption> options;
-    for (const OptionSpec *common : {&kHelpOption, &kQuietOption})
+    for (const OptionDefinition *common : {&kHelpOption, &kQuietOption})
         options.append(QCommandLineOption({common->name.left(1), common->name}, common->help));
-    for (const OptionSpec &option : m_spec.options) {
+    for (const OptionDefinition &option : m_definition.options) {
         options.append(takesValue(option)
                            ? QCommandLineOption(option.name, option.help, option.valueName)
                            : QCommandLineOption(option.name, option.help));
@@ -180,7 +181,7 @@ std::variant<OptionValues, ExitNow> OptionTable::parse(const QStringList &args) 
 {
     QCommandLineParser parser;
     parser.addOptions(acceptedOptions());
-    if (!parser.parse(QStringList{m_spec.name} + args))
+    if (!parser.parse(QStringList{m_definition.name} + args))
         return ExitNow{usageError(parser.errorText())};
     if (parser.isSet(kHelpOption.name)) {
         writeOut(helpText());
@@ -190,14 +191,14 @@ std::variant<OptionValues, ExitNow> OptionTable::parse(const QStringList &args) 
 
     OptionValues values;
     values.m_positional = parser.positionalArguments();
-    if (m_spec.arguments.isEmpty() && !values.m_positional.isEmpty())
+    if (m_definition.arguments.isEmpty() && !values.m_positional.isEmpty())
         return ExitNow{usageError(QStringLiteral("%1 takes no argument \"%2\"")
-                                      .arg(m_spec.name, values.m_positional.first()))};
-    for (const OptionSpec &option : m_spec.options) {
+                                      .arg(m_definition.name, values.m_positional.first()))};
+    for (const OptionDefinition &option : m_definition.options) {
         if (!parser.isSet(option.name)) {
             if (option.required)
                 return ExitNow{usageError(
-                    QStringLiteral("%1 needs %2").arg(m_spec.name, optionSynopsis(option)))};
+                    QStringLiteral("%1 needs %2").arg(m_definition.name, optionSynopsis(option)))};
             values.m_values.insert(option.name, option.defaultValue.isEmpty()
                                                     ? QStringList()
                                                     : QStringList{option.defaultValue});
@@ -218,12 +219,12 @@ std::variant<OptionValues, ExitNow> OptionTable::parse(const QStringList &args) 
 
 QStringList OptionTable::usageWords() const
 {
-    QStringList words{QStringLiteral("corvane-cli"), m_spec.name};
-    for (const OptionSpec &option : m_spec.options)
+    QStringList words{QStringLiteral("corvane-cli"), m_definition.name};
+    for (const OptionDefinition &option : m_definition.options)
         words << (option.required ? optionSynopsis(option)
                                   : QStringLiteral("[%1]").arg(optionSynopsis(option)));
-    if (!m_spec.arguments.isEmpty())
-        words << m_spec.arguments;
+    if (!m_definition.arguments.isEmpty())
+        words << m_definition.arguments;
     return words;
 }
 
@@ -235,7 +236,7 @@ QString OptionTable::usageLine() const
 QString OptionTable::helpText() const
 {
     qsizetype column = commonOptionNames(kHelpOption).size();
-    for (const OptionSpec &option : m_spec.options) {
+    for (const OptionDefinition &option : m_definition.options) {
         if (const qsizetype width = optionSynopsis(option).size(); width <= kNameColumn)
             column = std::max(column, width);
     }
@@ -243,17 +244,17 @@ QString OptionTable::helpText() const
 
     QString text =
         QStringLiteral("usage: %1\n\n%2\n")
-            .arg(wrappedWords(usageWords(), kHelpWidth, 7 + 12 + m_spec.name.size() + 1, 7),
-                 wrapped(m_spec.summary, kHelpWidth, 0, 0));
+            .arg(wrappedWords(usageWords(), kHelpWidth, 7 + 12 + m_definition.name.size() + 1, 7),
+                 wrapped(m_definition.summary, kHelpWidth, 0, 0));
     text += QStringLiteral("\nOptions:\n");
-    for (const OptionSpec &option : m_spec.options)
+    for (const OptionDefinition &option : m_definition.options)
         text += optionLines(optionSynopsis(option), optionHelp(option), column);
-    for (const OptionSpec *common : {&kQuietOption, &kHelpOption})
+    for (const OptionDefinition *common : {&kQuietOption, &kHelpOption})
         text += optionLines(commonOptionNames(*common), common->help, column);
-    if (!m_spec.examples.isEmpty()) {
-        text += m_spec.examples.size() == 1 ? QStringLiteral("\nExample:\n")
-                                            : QStringLiteral("\nExamples:\n");
-        for (const QString &example : m_spec.examples)
+    if (!m_definition.examples.isEmpty()) {
+        text += m_definition.examples.size() == 1 ? QStringLiteral("\nExample:\n")
+                                                  : QStringLiteral("\nExamples:\n");
+        for (const QString &example : m_definition.examples)
             text += QStringLiteral("  corvane-cli %1\n").arg(example);
     }
     text += QStringLiteral("\nExit status: %1.\n").arg(exitStatusSummary());
@@ -262,24 +263,24 @@ QString OptionTable::helpText() const
 
 QString OptionTable::manSection() const
 {
-    QString text =
-        QStringLiteral(".SS \"%1\"\n").arg(roff(QStringLiteral("corvane-cli ") + m_spec.name));
-    text +=
-        roff(usageLine()) + QStringLiteral("\n.PP\n") + roff(m_spec.summary) + QLatin1Char('\n');
-    for (const OptionSpec &option : m_spec.options) {
+    QString text = QStringLiteral(".SS \"%1\"\n")
+                       .arg(roff(QStringLiteral("corvane-cli ") + m_definition.name));
+    text += roff(usageLine()) + QStringLiteral("\n.PP\n") + roff(m_definition.summary) +
+            QLatin1Char('\n');
+    for (const OptionDefinition &option : m_definition.options) {
         text += QStringLiteral(".TP\n\\fB\\-\\-%1\\fR").arg(roff(option.name));
         if (takesValue(option))
             text += QStringLiteral(" \\fI%1\\fR").arg(roff(option.valueName));
         text += QLatin1Char('\n') + roff(optionHelp(option)) + QLatin1Char('\n');
     }
-    for (const OptionSpec *common : {&kQuietOption, &kHelpOption})
+    for (const OptionDefinition *common : {&kQuietOption, &kHelpOption})
         text += QStringLiteral(".TP\n\\fB\\-%1\\fR, \\fB\\-\\-%2\\fR\n%3\n")
                     .arg(common->name.at(0))
                     .arg(roff(common->name), roff(common->help));
-    if (!m_spec.examples.isEmpty())
-        text += m_spec.examples.size() == 1 ? QStringLiteral(".PP\nExample:\n")
-                                            : QStringLiteral(".PP\nExamples:\n");
-    for (const QString &example : m_spec.examples)
+    if (!m_definition.examples.isEmpty())
+        text += m_definition.examples.size() == 1 ? QStringLiteral(".PP\nExample:\n")
+                                                  : QStringLiteral(".PP\nExamples:\n");
+    for (const QString &example : m_definition.examples)
         text += QStringLiteral(".RS\n.nf\n%1\n.fi\n.RE\n")
                     .arg(roff(QStringLiteral("corvane-cli ") + example));
     return text;
@@ -287,13 +288,13 @@ QString OptionTable::manSection() const
 
 QStringList OptionTable::completionWords(const QString &previousWord) const
 {
-    if (const OptionSpec *option = find(previousWord); option && takesValue(*option)) {
+    if (const OptionDefinition *option = find(previousWord); option && takesValue(*option)) {
         if (const auto *choice = std::get_if<ChoiceValue>(&option->kind))
             return choice->choices;
         return {};
     }
     QStringList words;
-    for (const OptionSpec &option : m_spec.options)
+    for (const OptionDefinition &option : m_definition.options)
         words << QStringLiteral("--") + option.name;
     words << QStringLiteral("--quiet") << QStringLiteral("--help");
     return words;
@@ -308,7 +309,7 @@ QString subcommandHelp(const QString &command, const QString &summary,
     for (const OptionTable *table : subcommands)
         text += QStringLiteral("  %1\n      %2\n")
                     .arg(wrappedWords(table->usageWords(), kHelpWidth, 4, 2),
-                         wrapped(table->spec().summary, kHelpWidth, 6, 6));
+                         wrapped(table->definition().summary, kHelpWidth, 6, 6));
     text += QStringLiteral("\nEach subcommand answers --help with its options and an example.\n");
     text += QStringLiteral("\nExit status: %1.\n").arg(exitStatusSummary());
     return text;
@@ -319,7 +320,7 @@ int runSubcommand(const QString &command, const QString &summary,
 {
     const QString word = args.value(0);
     for (const Subcommand &subcommand : subcommands) {
-        if (subcommand.table.spec().name == command + QLatin1Char(' ') + word) {
+        if (subcommand.table.definition().name == command + QLatin1Char(' ') + word) {
             const auto parsed = subcommand.table.parse(args.mid(1));
             if (const auto *exit = std::get_if<ExitNow>(&parsed))
                 return exit->code;
@@ -330,7 +331,7 @@ int runSubcommand(const QString &command, const QString &summary,
     QStringList names;
     for (const Subcommand &subcommand : subcommands) {
         tables.push_back(&subcommand.table);
-        names << subcommand.table.spec().name.mid(command.size() + 1);
+        names << subcommand.table.definition().name.mid(command.size() + 1);
     }
     if (word == QLatin1String("--help") || word == QLatin1String("-h")) {
         writeOut(subcommandHelp(command, summary, tables));

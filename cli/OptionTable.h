@@ -37,7 +37,7 @@ struct ChoiceValue
 };
 using OptionKind = std::variant<FlagValue, TextValue, FileValue, NumberValue, ChoiceValue>;
 
-struct OptionSpec
+struct OptionDefinition
 {
     QString name{};      // the long name, without "--"
     QString valueName{}; // "ID", "DATE"; unused for flags
@@ -51,12 +51,12 @@ struct OptionSpec
     bool repeatable = false; // may be given more than once; values() has them all
 };
 
-struct CommandSpec
+struct CommandDefinition
 {
     QString name{};      // the words that call it: "leads list"
     QString summary{};   // one sentence
     QString arguments{}; // synopsis of positional arguments ("PATH..."); empty: none taken
-    std::vector<OptionSpec> options{};
+    std::vector<OptionDefinition> options{};
     QStringList examples{}; // command lines, without the program name
 };
 
@@ -89,9 +89,9 @@ struct ExitNow
 class OptionTable
 {
 public:
-    explicit OptionTable(CommandSpec spec);
+    explicit OptionTable(CommandDefinition definition);
 
-    const CommandSpec &spec() const { return m_spec; }
+    const CommandDefinition &definition() const { return m_definition; }
 
     // -h/--help prints helpText() on stdout (exit 0); a bad call prints one line on stderr
     // (exit 2); -q/--quiet turns messages off (setQuiet). args are those after the command's
@@ -112,9 +112,9 @@ public:
     QStringList completionWords(const QString &previousWord = {}) const;
 
 private:
-    const OptionSpec *find(const QString &word) const;
+    const OptionDefinition *find(const QString &word) const;
 
-    CommandSpec m_spec;
+    CommandDefinition m_definition;
 };
 
 // Text for a manual page in roff: backslashes and hyphens escaped, no line taken for a

@@ -18,14 +18,14 @@ namespace {
 const OptionTable &extractTable()
 {
     static const OptionTable table = [] {
-        std::vector<OptionSpec> options{
+        std::vector<OptionDefinition> options{
             {.name = QStringLiteral("filter-list"),
              .valueName = QStringLiteral("TEXT"),
              .help = QStringLiteral("the address endings to accept, each ended by \"#\" "
                                     "(\".com#.co.uk#\")"),
              .kind = TextValue{},
              .shownDefault = QStringLiteral("the bundled list")}};
-        for (OptionSpec &option : leadFilterOptions())
+        for (OptionDefinition &option : leadFilterOptions())
             options.push_back(std::move(option));
         options.push_back({.name = QStringLiteral("limit"),
                            .valueName = QStringLiteral("N"),

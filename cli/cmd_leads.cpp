@@ -23,7 +23,7 @@ using namespace corvane::cli;
 
 namespace {
 
-std::vector<OptionSpec> selectionOptions()
+std::vector<OptionDefinition> selectionOptions()
 {
     return {
         {.name = QStringLiteral("run"),
@@ -61,7 +61,7 @@ const OptionTable &runsTable()
 const OptionTable &listTable()
 {
     static const OptionTable table = [] {
-        std::vector<OptionSpec> options = selectionOptions();
+        std::vector<OptionDefinition> options = selectionOptions();
         options.push_back({.name = QStringLiteral("format"),
                            .valueName = QStringLiteral("FORMAT"),
                            .help = QStringLiteral("output format"),
@@ -83,14 +83,14 @@ const OptionTable &listTable()
 const OptionTable &exportTable()
 {
     static const OptionTable table = [] {
-        std::vector<OptionSpec> options{
+        std::vector<OptionDefinition> options{
             {.name = QStringLiteral("format"),
              .valueName = QStringLiteral("FORMAT"),
              .help = QStringLiteral("export format"),
              .kind = ChoiceValue{{QStringLiteral("csv"), QStringLiteral("jsonl"),
                                   QStringLiteral("vcard")}},
              .required = true}};
-        for (OptionSpec &option : selectionOptions())
+        for (OptionDefinition &option : selectionOptions())
             options.push_back(std::move(option));
         options.push_back({.name = QStringLiteral("out"),
                            .valueName = QStringLiteral("FILE"),

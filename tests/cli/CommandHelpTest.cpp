@@ -54,7 +54,7 @@ TEST(CommandHelp, EveryOptionEachParserAcceptsIsInThatCommandsHelp)
         EXPECT_TRUE(program.out.contains(QStringLiteral("\n  ") + name)) << name.toStdString();
         ASSERT_FALSE(command.tables.empty()) << name.toStdString();
         for (const OptionTable *table : command.tables) {
-            const QString words = table->spec().name;
+            const QString words = table->definition().name;
             SCOPED_TRACE(words.toStdString());
             const QStringList call = words.split(QLatin1Char(' '));
             // A subcommand: its group's help names it with its usage.

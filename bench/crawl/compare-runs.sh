@@ -8,13 +8,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/../.."
 pages=$1 rounds=$2; shift 2
-work=$(mktemp -d "${TMPDIR:-/tmp}/corvane-crawl-runs.XXXXXX")
-site=$work/site
-trap 'bench/site/nginx-site.sh stop "$site" >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
-python3 bench/site/make-site.py "$site" --pages "$pages" >/dev/null
-port=$(bench/site/nginx-site.sh start "$site")
-base=http://127.0.0.1:$port
-echo "$base/index.htm" > "$work/urls.txt"
+source bench/crawl/generated-site.sh
 
 for round in $(seq "$rounds"); do
   for variant in "$@"; do

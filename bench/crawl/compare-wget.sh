@@ -14,14 +14,7 @@ pages=${2:-20000}
 cli=$build/bin/corvane-cli
 read -r -a pace <<< "${CORVANE_PACE---delay 0}"
 [ -x "$cli" ] || { echo "no $cli: run scripts/build first" >&2; exit 1; }
-work=$(mktemp -d "${TMPDIR:-/tmp}/corvane-crawl-bench.XXXXXX")
-site=$work/site
-trap 'bench/site/nginx-site.sh stop "$site" >/dev/null 2>&1 || true; rm -rf "$work"' EXIT
-
-python3 bench/site/make-site.py "$site" --pages "$pages" >/dev/null
-port=$(bench/site/nginx-site.sh start "$site")
-base=http://127.0.0.1:$port
-echo "$base/index.htm" > "$work/urls.txt"
+source bench/crawl/generated-site.sh
 
 measure() { # label, command...: prints seconds and peak RSS (KiB) of the command
     local label=$1; shift

@@ -14,24 +14,14 @@ using namespace corvane::test;
 
 namespace {
 
-struct CliRun
-{
-    int code;
-    QByteArray out;
-    QByteArray err;
-};
-
 struct LeadsCommand : testing::Test
 {
     QTemporaryDir home;
     QString path = home.filePath("leads.sqlite");
 
-    CliRun leads(const QStringList &args)
+    CliOutput leads(const QStringList &args)
     {
-        CliRun run;
-        run.code = runProgram("corvane-cli", QStringList{"--home", home.path(), "leads"} + args,
-                              &run.out, &run.err);
-        return run;
+        return runCli(home.path(), QStringList{"leads"} + args);
     }
 
     // Run 1 ended with two leads, run 2 still going with one.
@@ -56,7 +46,7 @@ private:
 TEST_F(LeadsCommand, ListsRunsAndTheSelectedLeads)
 {
     recordTwoRuns();
-    const CliRun runs = leads({"runs"});
+    const CliOutput runs = leads({"runs"});
     EXPECT_EQ(runs.code, 0) << runs.err.constData();
     const QList<QByteArray> lines = runs.out.split('\n');
     ASSERT_EQ(lines.size(), 4); // header, two runs, nothing after the last line end
@@ -78,13 +68,13 @@ TEST_F(LeadsCommand, ListsRunsAndTheSelectedLeads)
     EXPECT_EQ(leads({"list", "--since", "2000-01-01", "--new"}).out,
               "ann@firm.com\nbob@shop.org\ncy@firm.com\n");
 
-    const CliRun csv = leads({"list", "--format", "csv", "--run", "1"});
+    const CliOutput csv = leads({"list", "--format", "csv", "--run", "1"});
     EXPECT_EQ(csv.code, 0);
     ASSERT_TRUE(csv.out.startsWith("email,source_url,page_title,first_seen,last_seen,run,mx\r\n"));
     EXPECT_TRUE(csv.out.contains("\r\nann@firm.com,http://firm.com/,\"Firm, Inc.\","));
     EXPECT_EQ(csv.out.count("\r\n"), 3);
 
-    const CliRun json = leads({"list", "--format", "jsonl", "--domain", "shop.org"});
+    const CliOutput json = leads({"list", "--format", "jsonl", "--domain", "shop.org"});
     const QJsonObject bob = QJsonDocument::fromJson(json.out).object();
     EXPECT_EQ(bob["email"].toString(), "bob@shop.org");
     EXPECT_EQ(bob["page_title"].toString(), "Shop");
@@ -96,7 +86,7 @@ TEST_F(LeadsCommand, ExportsAreWrittenAndRecorded)
     recordTwoRuns();
     const QString vcf = home.filePath("out/new.vcf");
     QDir().mkpath(home.filePath("out"));
-    const CliRun cards = leads(
+    const CliOutput cards = leads(
         {"export", "--format", "vcard", "--run", "1", "--category", "Prospects", "--out", vcf});
     EXPECT_EQ(cards.code, 0) << cards.err.constData();
     EXPECT_TRUE(cards.out.isEmpty());
@@ -106,7 +96,7 @@ TEST_F(LeadsCommand, ExportsAreWrittenAndRecorded)
     EXPECT_EQ(file.count("CATEGORIES:Prospects\r\n"), 2);
     EXPECT_TRUE(file.contains("EMAIL;TYPE=INTERNET:bob@shop.org"));
 
-    const CliRun json = leads({"export", "--format", "jsonl", "--new"});
+    const CliOutput json = leads({"export", "--format", "jsonl", "--new"});
     EXPECT_EQ(json.code, 0);
     EXPECT_EQ(QJsonDocument::fromJson(json.out).object()["email"].toString(), "cy@firm.com");
 
@@ -140,7 +130,7 @@ TEST_F(LeadsCommand, BadCallsExitTwoWithOneLine)
         {"export", "--format", "vcard", "--out"},
     };
     for (const QStringList &args : calls) {
-        const CliRun run = leads(args);
+        const CliOutput run = leads(args);
         EXPECT_EQ(run.code, 2) << args.join(' ').toStdString();
         EXPECT_TRUE(run.out.isEmpty()) << args.join(' ').toStdString();
         EXPECT_EQ(run.err.count('\n'), 1) << run.err.constData();
@@ -153,7 +143,7 @@ TEST_F(LeadsCommand, AMissingDatabaseListsNothingAndIsNotCreated)
     EXPECT_EQ(leads({"list"}).out, "");
     EXPECT_EQ(leads({"list", "--format", "csv"}).out,
               "email,source_url,page_title,first_seen,last_seen,run,mx\r\n");
-    const CliRun runs = leads({"runs"});
+    const CliOutput runs = leads({"runs"});
     EXPECT_EQ(runs.code, 0);
     EXPECT_EQ(runs.out, "run\tkind\tstarted\tended\tleads\tnew\tmessage\n");
     EXPECT_FALSE(QFileInfo::exists(path));
@@ -165,7 +155,7 @@ TEST_F(LeadsCommand, ListAnswersWhileAWriterHoldsItsTransaction)
     auto writer = sqlite::Connection::open(path, false);
     ASSERT_TRUE(writer.ok());
     ASSERT_TRUE(writer.value().exec("BEGIN IMMEDIATE; DELETE FROM sightings; DELETE FROM leads"));
-    const CliRun list = leads({"list"});
+    const CliOutput list = leads({"list"});
     EXPECT_EQ(list.code, 0) << list.err.constData();
     EXPECT_EQ(list.out, "ann@firm.com\nbob@shop.org\ncy@firm.com\n");
     ASSERT_TRUE(writer.value().exec("ROLLBACK"));

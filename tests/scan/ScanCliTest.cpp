@@ -11,19 +11,9 @@ using namespace corvane::test;
 
 namespace {
 
-struct CliRun
+CliOutput scan(const QString &home, const QStringList &args)
 {
-    int code;
-    QByteArray out;
-    QByteArray err;
-};
-
-CliRun scan(const QString &home, const QStringList &args)
-{
-    CliRun run;
-    run.code =
-        runProgram("corvane-cli", QStringList{"--home", home, "scan"} + args, &run.out, &run.err);
-    return run;
+    return runCli(home, QStringList{"scan"} + args);
 }
 
 } // namespace

@@ -112,4 +112,12 @@ int runProgram(const QString &program, const QStringList &args, QByteArray *out,
     return exitCodeOf(process, out, err);
 }
 
+CliOutput runCli(const QString &home, const QStringList &args)
+{
+    CliOutput run;
+    run.code = runProgram(QStringLiteral("corvane-cli"),
+                          QStringList{QStringLiteral("--home"), home} + args, &run.out, &run.err);
+    return run;
+}
+
 } // namespace corvane::test

@@ -42,4 +42,13 @@ int runProgram(const QString &program, const QStringList &args, QByteArray *out 
 int runProgramServing(const QString &program, const QStringList &args, QByteArray *out = nullptr,
                       QByteArray *err = nullptr, int timeoutMs = 120000);
 
+// One run of corvane-cli with the data folder home: its exit code and what it printed.
+struct CliOutput
+{
+    int code = -1;
+    QByteArray out;
+    QByteArray err;
+};
+CliOutput runCli(const QString &home, const QStringList &args);
+
 } // namespace corvane::test

@@ -8,7 +8,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -139,30 +138,19 @@ TEST(Warc, WrittenArchivesReadBackWholeHere)
 // record's type, target URI and payload, with both digests right.
 TEST(Warc, WrittenArchivesReadBackWholeInWarcio)
 {
-    const QString node = QStandardPaths::findExecutable(QStringLiteral("node"));
-    const QString script = sourceDir() + QStringLiteral("/tests/exchange/warcio/read-warc.mjs");
-    const char *missing = nullptr;
-    if (node.isEmpty())
-        missing = "node is not installed; the warcio check needs it";
-    else if (!QFile::exists(sourceDir() +
-                            QStringLiteral("/tests/exchange/warcio/node_modules/warcio")))
-        missing = "warcio is not installed: run scripts/setup (npm ci in tests/exchange/warcio)";
-    // CI sets CORVANE_REQUIRE_WARCIO: there the check must run.
-    if (missing && qEnvironmentVariableIsSet("CORVANE_REQUIRE_WARCIO"))
-        FAIL() << missing;
-    if (missing)
-        GTEST_SKIP() << missing;
+    if (const QString missing = warcioMissing(); !missing.isEmpty()) {
+        if (warcioRequired())
+            FAIL() << missing.toStdString();
+        GTEST_SKIP() << missing.toStdString();
+    }
 
     const QList<WarcPage> pages = samplePages();
     QTemporaryDir dir;
     for (const bool compressed : {false, true}) {
         const QString path = dir.filePath(compressed ? "pages.warc.gz" : "pages.warc");
         writeFile(path, writeArchive(pages, compressed));
-        QByteArray out;
-        QByteArray err;
-        ASSERT_EQ(runProgram(node, {script, path}, &out, &err), 0) << err.constData();
-        const QJsonArray records = QJsonDocument::fromJson(out).array();
-        ASSERT_EQ(records.size(), pages.size() + 1) << out.constData();
+        const QJsonArray records = readWithWarcio(path);
+        ASSERT_EQ(records.size(), pages.size() + 1);
         EXPECT_EQ(records[0]["type"].toString(), "warcinfo");
         EXPECT_TRUE(records[0]["blockDigestOk"].toBool());
         for (qsizetype i = 0; i < pages.size(); ++i) {

@@ -6,7 +6,9 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -118,6 +120,45 @@ CliOutput runCli(const QString &home, const QStringList &args)
     run.code = runProgram(QStringLiteral("corvane-cli"),
                           QStringList{QStringLiteral("--home"), home} + args, &run.out, &run.err);
     return run;
+}
+
+namespace {
+
+QString warcioFolder()
+{
+    return sourceDir() + QStringLiteral("/tests/exchange/warcio");
+}
+
+} // namespace
+
+QString warcioMissing()
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("node")).isEmpty())
+        return QStringLiteral("node is not installed; the warcio check needs it");
+    if (!QFile::exists(warcioFolder() + QStringLiteral("/node_modules/warcio")))
+        return QStringLiteral(
+            "warcio is not installed: run scripts/setup (npm ci in tests/exchange/warcio)");
+    return {};
+}
+
+bool warcioRequired()
+{
+    return qEnvironmentVariableIsSet("CORVANE_REQUIRE_WARCIO");
+}
+
+QJsonArray readWithWarcio(const QString &path)
+{
+    QByteArray out;
+    QByteArray err;
+    const int code =
+        runProgram(QStandardPaths::findExecutable(QStringLiteral("node")),
+                   {warcioFolder() + QStringLiteral("/read-warc.mjs"), path}, &out, &err);
+    if (code != 0) {
+        ADD_FAILURE() << "warcio could not read " << path.toStdString() << ": "
+                      << err.toStdString();
+        return {};
+    }
+    return QJsonDocument::fromJson(out).array();
 }
 
 } // namespace corvane::test

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QJsonArray>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -50,5 +51,15 @@ struct CliOutput
     QByteArray err;
 };
 CliOutput runCli(const QString &home, const QStringList &args);
+
+// warcio, an independent WARC reader (tests/exchange/warcio, fetched by scripts/setup).
+// Why it cannot run here (node or warcio missing); empty when it can.
+QString warcioMissing();
+// Whether a missing warcio fails the test rather than skipping its check (CI sets
+// CORVANE_REQUIRE_WARCIO).
+bool warcioRequired();
+// warcio's reading of the archive at path: one JSON object per record (type, uri, status,
+// payload in base64, payloadDigestOk, blockDigestOk). A failing read fails the test.
+QJsonArray readWithWarcio(const QString &path);
 
 } // namespace corvane::test

@@ -29,7 +29,9 @@ QString leadAddress(qint64 n)
 }
 QString pageAddress(qint64 n)
 {
-    return QStringLiteral("http://host%1.example.com/team/page%2.html").arg(n % 5000).arg(n / 10);
+    return QStringLiteral("http://host%1.example.com/team/page%2.html")
+        .arg(n / 10 % 5000)
+        .arg(n / 10);
 }
 QString pageTitle(qint64 n)
 {

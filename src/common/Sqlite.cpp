@@ -22,6 +22,11 @@ Result<Connection> Connection::open(const QString &path, bool create, int busyTi
     int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX;
     if (create)
         flags |= SQLITE_OPEN_CREATE;
+    // SQLite's memory statistics take a process-wide lock on every allocation, which the
+    // recorder's writer pays on each row; nothing here reads them. The setting only applies
+    // before SQLite's first use, and a failure leaves them on.
+    static const bool statisticsOff = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0) == SQLITE_OK;
+    (void)statisticsOff;
     sqlite3 *db = nullptr;
     const int code = sqlite3_open_v2(path.toUtf8().constData(), &db, flags, nullptr);
     Connection connection(db);
@@ -103,6 +108,17 @@ bool Connection::lastErrorMeansDamage() const
 {
     const int code = sqlite3_errcode(m_db) & 0xFF;
     return code == SQLITE_CORRUPT || code == SQLITE_NOTADB;
+}
+
+bool Connection::lastErrorMeansBusy() const
+{
+    const int code = sqlite3_errcode(m_db) & 0xFF;
+    return code == SQLITE_BUSY || code == SQLITE_LOCKED;
+}
+
+void Connection::setBusyTimeout(int milliseconds)
+{
+    sqlite3_busy_timeout(m_db, milliseconds);
 }
 
 Statement::Statement(Statement &&other) noexcept

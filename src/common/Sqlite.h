@@ -44,6 +44,9 @@ public:
     QString lastError() const;
     // The last failure found the file damaged or not a database at all.
     bool lastErrorMeansDamage() const;
+    // The last failure was another connection's lock outlasting the busy time-out.
+    bool lastErrorMeansBusy() const;
+    void setBusyTimeout(int milliseconds);
 
 private:
     explicit Connection(sqlite3 *db) : m_db(db) {}

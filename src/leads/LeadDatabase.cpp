@@ -5,6 +5,15 @@
 
 namespace corvane {
 
+namespace {
+
+// How long a read waits for a writer's commit before it reads without folding, and how long
+// everything else waits for a lock.
+constexpr int kFoldWaitMs = 200;
+constexpr int kBusyTimeoutMs = 5000;
+
+} // namespace
+
 QString runKindName(RunKind kind)
 {
     return kind == RunKind::Scan ? QStringLiteral("scan") : QStringLiteral("harvest");
@@ -38,11 +47,83 @@ Result<sqlite::Connection> openLeadConnection(const QString &path)
     return std::move(opened).value();
 }
 
+Result<qint64> foldPendingLeads(sqlite::Connection &db, qint64 rowLimit)
+{
+    auto transaction = sqlite::Transaction::begin(db);
+    if (!transaction)
+        return transaction.error();
+    auto last = db.prepare(QStringLiteral(
+        "SELECT count(*), max(id) FROM (SELECT id FROM pending ORDER BY id LIMIT ?1)"));
+    if (!last)
+        return last.error();
+    last.value().bind(1, rowLimit);
+    if (const Result<bool> row = last.value().step(); !row)
+        return row.error();
+    const qint64 count = last.value().integer(0);
+    const qint64 lastId = last.value().integer(1);
+    last.value().reset();
+    if (count == 0)
+        return 0;
+
+    // In the order found, these give what recording each lead on its own gave: a source keeps
+    // its latest title; a lead keeps its first sighting, and its latest source is the first
+    // one of its latest run; a sighting is a lead's first source within a run.
+    static const QString steps[] = {
+        QStringLiteral("INSERT INTO sources(location, title) SELECT source, title FROM pending"
+                       " WHERE id <= ?1 ORDER BY id"
+                       " ON CONFLICT(location) DO UPDATE SET title = excluded.title"),
+        QStringLiteral(
+            "INSERT INTO leads(email, domain, first_seen, last_seen, first_run, last_run,"
+            " last_source) SELECT p.email, p.domain, p.seen, p.seen, p.run, p.run, s.id"
+            " FROM pending p JOIN sources s ON s.location = p.source WHERE p.id <= ?1"
+            " ORDER BY p.id ON CONFLICT(email) DO UPDATE SET last_source = CASE WHEN"
+            " last_run = excluded.last_run THEN last_source ELSE excluded.last_source END,"
+            " last_run = excluded.last_run, last_seen = max(last_seen, excluded.last_seen)"),
+        QStringLiteral("INSERT OR IGNORE INTO sightings(run, lead, source, seen)"
+                       " SELECT p.run, l.id, s.id, p.seen FROM pending p"
+                       " JOIN leads l ON l.email = p.email JOIN sources s ON s.location = p.source"
+                       " WHERE p.id <= ?1 ORDER BY p.id"),
+        QStringLiteral("DELETE FROM pending WHERE id <= ?1"),
+    };
+    for (const QString &step : steps) {
+        if (auto done = db.run(step, lastId); !done)
+            return done.error();
+    }
+    if (auto committed = transaction.value().commit(); !committed)
+        return committed.error();
+    return count;
+}
+
+Result<void> LeadDatabase::foldPending()
+{
+    // A reader that finds nothing pending takes no lock.
+    const Result<qint64> pending = m_db.queryInt("SELECT EXISTS(SELECT 1 FROM pending)");
+    if (!pending)
+        return pending.error();
+    if (*pending == 0)
+        return {};
+    // In slices, so a large backlog never holds a running harvest's commits up for long.
+    constexpr qint64 kSlice = 50000;
+    m_db.setBusyTimeout(kFoldWaitMs);
+    Result<qint64> folded = kSlice;
+    while (folded && *folded == kSlice)
+        folded = foldPendingLeads(m_db, kSlice);
+    m_db.setBusyTimeout(kBusyTimeoutMs);
+    if (!folded && m_db.lastErrorMeansBusy())
+        return {}; // a writer holds the file: read what is folded
+    if (!folded)
+        return folded.error();
+    return {};
+}
+
 Result<LeadDatabase> LeadDatabase::open(const QString &path)
 {
     auto db = openLeadConnection(path);
     if (!db)
         return db.error();
+    // Folding takes leads into the address index in no order; with SQLite's small default
+    // cache a large fold would spill and rewrite the same pages many times over.
+    (void)db.value().exec("PRAGMA cache_size = -65536; PRAGMA temp_store = MEMORY");
     return LeadDatabase(path, std::move(db).value());
 }
 
@@ -53,10 +134,13 @@ LeadDatabase::LeadDatabase(QString path, sqlite::Connection db)
 
 Result<std::vector<RunSummary>> LeadDatabase::runs()
 {
+    if (auto folded = foldPending(); !folded)
+        return folded.error();
     auto query =
         m_db.prepare(QStringLiteral("SELECT r.id, r.kind, r.job, r.started, r.ended, r.message,"
                                     " (SELECT count(*) FROM sightings s WHERE s.run = r.id),"
-                                    " (SELECT count(*) FROM leads l WHERE l.first_run = r.id)"
+                                    " (SELECT count(*) FROM sightings s JOIN leads l"
+                                    "  ON l.id = s.lead WHERE s.run = r.id AND l.first_run = r.id)"
                                     " FROM runs r ORDER BY r.id"));
     if (!query)
         return query.error();
@@ -93,6 +177,8 @@ Result<bool> LeadDatabase::hasRun(qint64 id)
 Result<qint64> LeadDatabase::forEachLead(const LeadSelection &selection,
                                          const std::function<bool(const LeadRow &)> &visit)
 {
+    if (auto folded = foldPending(); !folded)
+        return folded.error();
     // The mx column: the latest verification's host when it found the address valid.
     QString sql =
         QStringLiteral("SELECT l.email, s.location, s.title, l.first_seen, l.last_seen, %1,"

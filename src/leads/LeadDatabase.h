@@ -15,8 +15,10 @@ namespace corvane {
 // each lead was found, what the verifier said about it and where leads were exported.
 //
 // Readers and writers use separate connections in WAL mode, so a listing never waits for a
-// harvest that is writing. Runs are recorded through RunRecorder; the verifier and the
-// exports record through an open LeadDatabase:
+// harvest that is writing. Runs are recorded through RunRecorder, which appends its leads to
+// a pending table; each read first folds what is pending into the lead tables (if a writer
+// holds the file for longer than a moment, the read goes on with what is folded). The
+// verifier and the exports record through an open LeadDatabase:
 //
 //     db.recordVerification({address, valid, mxHost});
 //     db.recordExport({"vcard", path, count});
@@ -50,6 +52,7 @@ public:
 
 private:
     LeadDatabase(QString path, sqlite::Connection db);
+    Result<void> foldPending();
 
     QString m_path;
     sqlite::Connection m_db;
@@ -58,6 +61,11 @@ private:
 // Opens a connection ready for use: WAL journal, the current layout. The message names the
 // file. Both LeadDatabase and RunRecorder open through this.
 Result<sqlite::Connection> openLeadConnection(const QString &path);
+
+// Moves the leads runs have appended to pending into leads, sources and sightings, as if each
+// had been recorded there when it was found; at most rowLimit of them, oldest first, in one
+// transaction. Returns how many were moved.
+Result<qint64> foldPendingLeads(sqlite::Connection &db, qint64 rowLimit);
 
 // Records an export in the lead database of the data folder (LeadDatabase::defaultPath()).
 Result<void> recordExport(const ExportRecord &record);

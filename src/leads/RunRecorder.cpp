@@ -4,13 +4,13 @@
 #include "leads/LeadDatabase.h"
 
 #include <QDateTime>
-#include <QHash>
 #include <QJsonDocument>
 
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <thread>
 #include <vector>
 
@@ -26,20 +26,18 @@ struct PendingLead
     qint64 seenMs;
 };
 
+// Leads are appended this many to a statement: one statement each would cost the writer
+// more than the rows themselves.
+constexpr int kRowsPerStatement = 64;
+constexpr int kColumns = 6;
+
 // The writer's prepared statements, made before its thread starts so a failure shows at once.
 struct Statements
 {
-    sqlite::Statement addSource;
-    sqlite::Statement updateSource;
     sqlite::Statement addLead;
-    sqlite::Statement updateLead;
-    sqlite::Statement addSighting;
+    sqlite::Statement addLeads; // kRowsPerStatement at once
     sqlite::Statement endRun;
 };
-
-// Sources met recently, so a page's many leads look its address up once. Kept small: a
-// run's pages are many, but their leads arrive together.
-constexpr qsizetype kSourceCacheLimit = 1024;
 
 } // namespace
 
@@ -146,11 +144,14 @@ private:
         auto transaction = sqlite::Transaction::begin(*m_db);
         if (!transaction)
             return transaction.error();
-        for (const PendingLead &lead : batch) {
-            if (auto recorded = writeLead(lead); !recorded) {
-                m_sourceIds.clear(); // ids of this batch's new sources are rolled back
-                return recorded;
-            }
+        const std::span<const PendingLead> leads(batch);
+        for (size_t done = 0; done < leads.size();) {
+            const bool full = leads.size() - done >= kRowsPerStatement;
+            const size_t rows = full ? kRowsPerStatement : 1;
+            sqlite::Statement &add = full ? m_statements->addLeads : m_statements->addLead;
+            if (auto added = addLeads(add, leads.subspan(done, rows)); !added)
+                return added;
+            done += rows;
         }
         if (ending) {
             sqlite::Statement &endRun = m_statements->endRun;
@@ -160,68 +161,27 @@ private:
             if (auto ended = endRun.run(); !ended)
                 return ended;
         }
-        auto committed = transaction.value().commit();
-        if (!committed)
-            m_sourceIds.clear();
-        return committed;
+        return transaction.value().commit();
     }
 
-    Result<void> writeLead(const PendingLead &lead)
+    Result<void> addLeads(sqlite::Statement &add, std::span<const PendingLead> leads)
     {
-        Statements &sql = *m_statements;
-        qint64 sourceId = m_sourceIds.value(lead.source, -1);
-        if (sourceId < 0) {
-            sql.addSource.bind(1, lead.source);
-            sql.addSource.bind(2, lead.title);
-            sql.updateSource.bind(1, lead.source);
-            sql.updateSource.bind(2, lead.title);
-            auto id = addedOrUpdated(sql.addSource, sql.updateSource);
-            if (!id)
-                return id.error();
-            sourceId = *id;
-            if (m_sourceIds.size() >= kSourceCacheLimit)
-                m_sourceIds.clear();
-            m_sourceIds.insert(lead.source, sourceId);
+        int parameter = 1;
+        for (const PendingLead &lead : leads) {
+            add.bind(parameter++, m_runId);
+            add.bind(parameter++, lead.email);
+            add.bind(parameter++, leadDomain(lead.email));
+            add.bind(parameter++, lead.source);
+            add.bind(parameter++, lead.title);
+            add.bind(parameter++, lead.seenMs);
         }
-        for (sqlite::Statement *statement : {&sql.addLead, &sql.updateLead}) {
-            statement->bind(1, lead.email);
-            statement->bind(3, lead.seenMs);
-            statement->bind(4, m_runId);
-            statement->bind(5, sourceId);
-        }
-        sql.addLead.bind(2, leadDomain(lead.email));
-        auto leadId = addedOrUpdated(sql.addLead, sql.updateLead);
-        if (!leadId)
-            return leadId.error();
-        sql.addSighting.bind(1, m_runId);
-        sql.addSighting.bind(2, *leadId);
-        sql.addSighting.bind(3, sourceId);
-        sql.addSighting.bind(4, lead.seenMs);
-        return sql.addSighting.run();
-    }
-
-    // The id of the row add inserted, or else of the row update (... RETURNING id) changed.
-    Result<qint64> addedOrUpdated(sqlite::Statement &add, sqlite::Statement &update)
-    {
-        if (auto added = add.run(); !added)
-            return added.error();
-        if (m_db->changes() > 0)
-            return m_db->lastInsertId();
-        const Result<bool> row = update.step();
-        if (!row)
-            return row.error();
-        const qint64 id = *row ? update.integer(0) : -1;
-        update.reset();
-        if (id < 0)
-            return fail(QStringLiteral("a record was not stored"));
-        return id;
+        return add.run();
     }
 
     std::optional<sqlite::Connection> m_db;
     const qint64 m_runId;
     std::optional<Statements> m_statements;
     const Clock m_clock;
-    QHash<QString, qint64> m_sourceIds; // writer thread only
 
     std::mutex m_mutex;
     std::condition_variable m_wake;
@@ -246,34 +206,24 @@ Result<std::unique_ptr<RunRecorder>> RunRecorder::start(const QString &databaseP
     if (!opened)
         return opened.error();
     sqlite::Connection &db = opened.value();
-    // The address index takes new leads in no order; with SQLite's small default cache a
-    // large batch would spill and rewrite the same pages many times over.
-    (void)db.exec("PRAGMA cache_size = -65536; PRAGMA temp_store = MEMORY");
     const auto problem = [&databasePath](const QString &reason) {
         return fail(QStringLiteral("The lead database %1 cannot record the run: %2")
                         .arg(databasePath, reason));
     };
 
-    // Plain inserts that ignore a row already there, then an update of that row: unlike an
-    // upsert, neither needs an undo journal of its own, which halves the writer's work.
-    auto addSource =
-        db.prepare(QStringLiteral("INSERT OR IGNORE INTO sources(location, title) VALUES(?1, ?2)"));
-    auto updateSource = db.prepare(
-        QStringLiteral("UPDATE sources SET title = ?2 WHERE location = ?1 RETURNING id"));
-    auto addLead = db.prepare(QStringLiteral(
-        "INSERT OR IGNORE INTO leads(email, domain, first_seen, last_seen, first_run, last_run,"
-        " last_source) VALUES(?1, ?2, ?3, ?3, ?4, ?4, ?5)"));
-    // A lead seen again keeps its first sighting; its latest run and time move on, and its
-    // latest source is the first one of its latest run.
-    auto updateLead = db.prepare(QStringLiteral(
-        "UPDATE leads SET last_source = CASE WHEN last_run = ?4 THEN last_source ELSE ?5 END,"
-        " last_run = ?4, last_seen = max(last_seen, ?3) WHERE email = ?1 RETURNING id"));
-    auto addSighting = db.prepare(QStringLiteral(
-        "INSERT OR IGNORE INTO sightings(run, lead, source, seen) VALUES(?1, ?2, ?3, ?4)"));
+    const auto addRows = [&db](int rows) {
+        QString sql = QStringLiteral("INSERT INTO pending(run, email, domain, source, title, seen) "
+                                     "VALUES(?, ?, ?, ?, ?, ?)");
+        for (int row = 1; row < rows; ++row)
+            sql += QStringLiteral(", (?, ?, ?, ?, ?, ?)");
+        return db.prepare(sql);
+    };
+    static_assert(kColumns * kRowsPerStatement < 999, "within SQLite's oldest parameter limit");
+    auto addLead = addRows(1);
+    auto addLeads = addRows(kRowsPerStatement);
     auto endRun =
         db.prepare(QStringLiteral("UPDATE runs SET ended = ?1, message = ?2 WHERE id = ?3"));
-    for (const Result<sqlite::Statement> *prepared :
-         {&addSource, &updateSource, &addLead, &updateLead, &addSighting, &endRun}) {
+    for (const Result<sqlite::Statement> *prepared : {&addLead, &addLeads, &endRun}) {
         if (!*prepared)
             return problem(prepared->message());
     }
@@ -286,9 +236,8 @@ Result<std::unique_ptr<RunRecorder>> RunRecorder::start(const QString &databaseP
         return problem(inserted.message());
     const qint64 runId = db.lastInsertId();
 
-    Statements statements{std::move(addSource).value(),   std::move(updateSource).value(),
-                          std::move(addLead).value(),     std::move(updateLead).value(),
-                          std::move(addSighting).value(), std::move(endRun).value()};
+    Statements statements{std::move(addLead).value(), std::move(addLeads).value(),
+                          std::move(endRun).value()};
     auto writer = std::make_unique<Writer>(std::move(opened).value(), runId, std::move(statements),
                                            std::move(clock));
     return std::unique_ptr<RunRecorder>(new RunRecorder(runId, std::move(writer)));

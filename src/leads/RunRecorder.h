@@ -16,7 +16,9 @@ namespace corvane {
 // recordLead only queues the lead (a lock and an append), so it is safe on the UI thread;
 // a writer thread of the recorder's own commits the queue every kCommitIntervalMs, or sooner
 // once kBatchLimit leads wait. A killed program loses at most that last moment, and the file
-// stays sound. Typical use by a run's model:
+// stays sound. The writer only appends the leads; the next read of the database files them
+// under their lead, source and run (see LeadDatabase), so a fast crawl pays little for its
+// record. Typical use by a run's model:
 //
 //     auto started = RunRecorder::start(LeadDatabase::defaultPath(), RunKind::Harvest, job);
 //     if (started) m_recorder = std::move(started).value(); else <warn: started.message()>

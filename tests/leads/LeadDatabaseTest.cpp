@@ -71,6 +71,13 @@ TEST_F(LeadDatabaseTest, RunsRecordWhereAndWhenLeadsWereSeen)
     harvest->recordLead("ann@firm.com", "http://firm.com/contact", "Contact"); // keeps /team
     ASSERT_TRUE(harvest->endRun("Done."));
     EXPECT_TRUE(harvest->endRun("ignored").ok());
+    // Part of the run filed a lead at a time, as readers racing it would: the same record.
+    {
+        auto raw = openLeadConnection(path);
+        ASSERT_TRUE(raw.ok());
+        for (int slice = 0; slice < 3; ++slice)
+            ASSERT_EQ(*foldPendingLeads(raw.value(), 1), 1);
+    }
 
     now += 60'000;
     auto scan = startRun(RunKind::Scan);
@@ -215,6 +222,30 @@ TEST_F(LeadDatabaseTest, NewFilesAreBuiltOlderOnesMigratedNewerOnesRefused)
     EXPECT_EQ(*db.value().queryInt("PRAGMA user_version"), 2);
     EXPECT_EQ(*db.value().queryInt("SELECT count(*) FROM t"), 1);
     EXPECT_EQ(*db.value().queryInt("SELECT count(*) FROM sqlite_master WHERE name = 'u'"), 0);
+
+    // A lead database of the first layout keeps its leads, and new runs add to them.
+    const QString first = dir.filePath("first.sqlite");
+    {
+        auto old = sqlite::Connection::open(first, true);
+        ASSERT_TRUE(old.ok());
+        ASSERT_TRUE(migrate(old.value(), leadSchemaSteps().first(1)));
+        ASSERT_TRUE(old.value().exec(
+            "INSERT INTO runs(kind, job, started) VALUES('harvest', '{}', 0);"
+            "INSERT INTO sources(location, title) VALUES('http://firm.com/', 'Firm');"
+            "INSERT INTO leads(email, domain, first_seen, last_seen, first_run, last_run,"
+            " last_source) VALUES('old@firm.com', 'firm.com', 0, 0, 1, 1, 1);"
+            "INSERT INTO sightings VALUES(1, 1, 1, 0)"));
+    }
+    auto later = RunRecorder::start(first, RunKind::Harvest, {});
+    ASSERT_TRUE(later.ok());
+    later.value()->recordLead("new@firm.com", "http://firm.com/", "Firm");
+    later.value()->recordLead("old@firm.com", "http://firm.com/", "Firm");
+    ASSERT_TRUE(later.value()->endRun({}));
+    auto upgraded = LeadDatabase::open(first);
+    ASSERT_TRUE(upgraded.ok());
+    EXPECT_EQ(emails(select(upgraded.value())), QStringList({"old@firm.com", "new@firm.com"}));
+    EXPECT_EQ(emails(select(upgraded.value(), {.run = 2, .newOnly = true})),
+              QStringList({"new@firm.com"}));
 }
 
 TEST_F(LeadDatabaseTest, ReadersAnswerWhileAWriterHoldsItsTransaction)
@@ -222,20 +253,29 @@ TEST_F(LeadDatabaseTest, ReadersAnswerWhileAWriterHoldsItsTransaction)
     auto run = startRun();
     run->recordLead("committed@firm.com", "http://firm.com/", "Firm");
     ASSERT_TRUE(run->flush());
+    ASSERT_TRUE(open().runs().ok()); // folds the first lead
 
-    // A second writer in the middle of a transaction, as a harvest is between commits.
+    // A second writer in the middle of a transaction that outlasts the moment a read waits:
+    // the read answers with what is folded, and the lead appended meanwhile follows later.
+    run->recordLead("appended@firm.com", "http://firm.com/", "Firm");
+    ASSERT_TRUE(run->flush());
     auto writer = sqlite::Connection::open(path, false);
     ASSERT_TRUE(writer.ok());
     ASSERT_TRUE(writer.value().exec(
         "BEGIN IMMEDIATE; INSERT INTO sources(location, title) VALUES('u', 't');"
         "INSERT INTO leads(email, domain, first_seen, last_seen, first_run, last_run,"
-        " last_source) VALUES('pending@firm.com', 'firm.com', 0, 0, 1, 1, last_insert_rowid())"));
+        " last_source) VALUES('uncommitted@firm.com', 'firm.com', 0, 0, 1, 1,"
+        " last_insert_rowid())"));
     {
         LeadDatabase db = open();
         EXPECT_EQ(emails(select(db)), QStringList({"committed@firm.com"}));
         EXPECT_TRUE(db.runs().ok());
     }
     ASSERT_TRUE(writer.value().exec("ROLLBACK"));
+    {
+        LeadDatabase db = open();
+        EXPECT_EQ(emails(select(db)), QStringList({"committed@firm.com", "appended@firm.com"}));
+    }
 
     // The recorder writing in a loop while a reader lists: every listing is whole, never less
     // than the one before.

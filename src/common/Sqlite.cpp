@@ -121,6 +121,29 @@ void Connection::setBusyTimeout(int milliseconds)
     sqlite3_busy_timeout(m_db, milliseconds);
 }
 
+Result<void> Connection::addTextFunction(const char *name, QString (*function)(const QString &))
+{
+    const auto call = [](sqlite3_context *context, int, sqlite3_value **arguments) {
+        const auto *text = sqlite3_value_text(arguments[0]);
+        if (!text) {
+            sqlite3_result_null(context);
+            return;
+        }
+        const auto apply =
+            reinterpret_cast<QString (*)(const QString &)>(sqlite3_user_data(context));
+        const QByteArray answer = apply(QString::fromUtf8(reinterpret_cast<const char *>(text),
+                                                          sqlite3_value_bytes(arguments[0])))
+                                      .toUtf8();
+        sqlite3_result_text64(context, answer.constData(), sqlite3_uint64(answer.size()),
+                              SQLITE_TRANSIENT, SQLITE_UTF8);
+    };
+    if (sqlite3_create_function_v2(
+            m_db, name, 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS,
+            reinterpret_cast<void *>(function), call, nullptr, nullptr, nullptr) != SQLITE_OK)
+        return fail(messageOf(m_db));
+    return {};
+}
+
 Statement::Statement(Statement &&other) noexcept
     : m_db(other.m_db), m_statement(std::exchange(other.m_statement, nullptr))
 {
@@ -150,6 +173,12 @@ void Statement::bind(int index, const QString &text)
 {
     const QByteArray utf8 = text.toUtf8();
     sqlite3_bind_text64(m_statement, index, utf8.constData(), sqlite3_uint64(utf8.size()),
+                        SQLITE_TRANSIENT, SQLITE_UTF8);
+}
+
+void Statement::bindUtf8(int index, const QByteArray &text)
+{
+    sqlite3_bind_text64(m_statement, index, text.constData(), sqlite3_uint64(text.size()),
                         SQLITE_TRANSIENT, SQLITE_UTF8);
 }
 

@@ -44,6 +44,8 @@ Result<sqlite::Connection> openLeadConnection(const QString &path)
         return problem(wal.message());
     if (auto migrated = migrate(db, leadSchemaSteps()); !migrated)
         return problem(migrated.message());
+    if (auto added = db.addTextFunction("lead_domain", leadDomain); !added)
+        return problem(added.message());
     return std::move(opened).value();
 }
 
@@ -65,28 +67,38 @@ Result<qint64> foldPendingLeads(sqlite::Connection &db, qint64 rowLimit)
     if (count == 0)
         return 0;
 
-    // In the order found, these give what recording each lead on its own gave: a source keeps
-    // its latest title; a lead keeps its first sighting, and its latest source is the first
-    // one of its latest run; a sighting is a lead's first source within a run.
+    // The pending rows' leads one to a row, in the order found; then, in that order, what
+    // recording each lead on its own gave: a source keeps its latest title; a lead keeps its
+    // first sighting, and its latest source is the first one of its latest run; a sighting
+    // is a lead's first source within a run.
     static const QString steps[] = {
-        QStringLiteral("INSERT INTO sources(location, title) SELECT source, title FROM pending"
-                       " WHERE id <= ?1 ORDER BY id"
+        QStringLiteral("CREATE TEMP TABLE IF NOT EXISTS found(id INTEGER PRIMARY KEY,"
+                       " run INTEGER, email TEXT, source TEXT, title TEXT, seen INTEGER)"),
+        QStringLiteral("INSERT INTO temp.found(run, email, source, title, seen)"
+                       " SELECT p.run, e.value, json_extract(page.value, '$[0]'),"
+                       " json_extract(page.value, '$[1]'), json_extract(page.value, '$[2]')"
+                       " FROM pending p, json_each(p.leads) page, json_each(page.value) e"
+                       " WHERE p.id <= ?1 AND e.key >= 3 ORDER BY p.id, page.key, e.key"),
+        QStringLiteral("INSERT INTO sources(location, title) SELECT source, title"
+                       " FROM temp.found WHERE true ORDER BY id"
                        " ON CONFLICT(location) DO UPDATE SET title = excluded.title"),
         QStringLiteral(
             "INSERT INTO leads(email, domain, first_seen, last_seen, first_run, last_run,"
-            " last_source) SELECT p.email, p.domain, p.seen, p.seen, p.run, p.run, s.id"
-            " FROM pending p JOIN sources s ON s.location = p.source WHERE p.id <= ?1"
-            " ORDER BY p.id ON CONFLICT(email) DO UPDATE SET last_source = CASE WHEN"
+            " last_source) SELECT f.email, lead_domain(f.email), f.seen, f.seen, f.run, f.run,"
+            " s.id FROM temp.found f JOIN sources s ON s.location = f.source WHERE true"
+            " ORDER BY f.id ON CONFLICT(email) DO UPDATE SET last_source = CASE WHEN"
             " last_run = excluded.last_run THEN last_source ELSE excluded.last_source END,"
             " last_run = excluded.last_run, last_seen = max(last_seen, excluded.last_seen)"),
         QStringLiteral("INSERT OR IGNORE INTO sightings(run, lead, source, seen)"
-                       " SELECT p.run, l.id, s.id, p.seen FROM pending p"
-                       " JOIN leads l ON l.email = p.email JOIN sources s ON s.location = p.source"
-                       " WHERE p.id <= ?1 ORDER BY p.id"),
+                       " SELECT f.run, l.id, s.id, f.seen FROM temp.found f"
+                       " JOIN leads l ON l.email = f.email JOIN sources s ON s.location = f.source"
+                       " ORDER BY f.id"),
+        QStringLiteral("DELETE FROM temp.found"),
         QStringLiteral("DELETE FROM pending WHERE id <= ?1"),
     };
     for (const QString &step : steps) {
-        if (auto done = db.run(step, lastId); !done)
+        // A step without ?1 leaves the value unused.
+        if (const Result<void> done = db.run(step, lastId); !done)
             return done.error();
     }
     if (auto committed = transaction.value().commit(); !committed)
@@ -102,8 +114,9 @@ Result<void> LeadDatabase::foldPending()
         return pending.error();
     if (*pending == 0)
         return {};
-    // In slices, so a large backlog never holds a running harvest's commits up for long.
-    constexpr qint64 kSlice = 50000;
+    // In slices (a pending row holds up to RunRecorder::kBatchLimit leads), so a large
+    // backlog never holds a running harvest's commits up for long.
+    constexpr qint64 kSlice = 16;
     m_db.setBusyTimeout(kFoldWaitMs);
     Result<qint64> folded = kSlice;
     while (folded && *folded == kSlice)

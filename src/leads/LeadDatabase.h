@@ -63,8 +63,8 @@ private:
 Result<sqlite::Connection> openLeadConnection(const QString &path);
 
 // Moves the leads runs have appended to pending into leads, sources and sightings, as if each
-// had been recorded there when it was found; at most rowLimit of them, oldest first, in one
-// transaction. Returns how many were moved.
+// had been recorded there when it was found: at most rowLimit pending rows (a row is one
+// commit of a run), oldest first, in one transaction. Returns how many rows were moved.
 Result<qint64> foldPendingLeads(sqlite::Connection &db, qint64 rowLimit);
 
 // Records an export in the lead database of the data folder (LeadDatabase::defaultPath()).

@@ -36,6 +36,15 @@ void appendCsvField(QByteArray &out, const QString &text)
     out += '"';
 }
 
+void appendJsonTime(QByteArray &out, qint64 ms)
+{
+    out += '"';
+    appendIsoUtc(out, ms);
+    out += '"';
+}
+
+} // namespace
+
 void appendJsonString(QByteArray &out, const QString &text)
 {
     static constexpr char kHex[] = "0123456789abcdef";
@@ -73,15 +82,6 @@ void appendJsonString(QByteArray &out, const QString &text)
     out.append(utf8.constData() + plain, utf8.size() - plain);
     out += '"';
 }
-
-void appendJsonTime(QByteArray &out, qint64 ms)
-{
-    out += '"';
-    appendIsoUtc(out, ms);
-    out += '"';
-}
-
-} // namespace
 
 void appendIsoUtc(QByteArray &out, qint64 ms)
 {

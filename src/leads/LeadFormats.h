@@ -28,6 +28,9 @@ QUrl leadSourceLink(const LeadSource &source);
 void appendIsoUtc(QByteArray &out, qint64 ms);
 QString isoUtc(qint64 ms);
 
+// text as a JSON string, quotes included, in UTF-8.
+void appendJsonString(QByteArray &out, const QString &text);
+
 // A date ("2024-05-31", from its first moment) or date-time ("2024-05-31T14:00",
 // "...:00Z", "...+02:00"); without a zone the time is UTC, as the listings print it.
 Result<qint64> parseLeadTime(const QString &text);

@@ -60,9 +60,11 @@ CREATE TABLE exports(
 );
 )sql";
 
-// A running harvest only appends what it finds to pending: keeping leads, sources and
-// sightings current row by row cost a fast crawl a fifth of its speed. Readers fold the
-// pending rows into those tables, in the order they were found (foldPendingLeads).
+// A running harvest only appends what it finds to pending, a row for each commit: keeping
+// leads, sources and sightings current lead by lead cost a fast crawl a fifth of its speed.
+// Readers fold the pending rows into those tables, in the order found (foldPendingLeads).
+// pending.leads is a JSON array of the pages the commit's leads were found at, each
+// [source, title, seen, email, email, ...].
 // The indexes on leads by run and time cost every folded lead three more inserts; a filter
 // by date reads the table through, which a million leads take in a fraction of a second, and
 // a run's leads are found through its sightings.
@@ -73,11 +75,7 @@ DROP INDEX leads_by_last_seen;
 CREATE TABLE pending(
     id INTEGER PRIMARY KEY,
     run INTEGER NOT NULL REFERENCES runs(id),
-    email TEXT NOT NULL,
-    domain TEXT NOT NULL,
-    source TEXT NOT NULL,
-    title TEXT NOT NULL,
-    seen INTEGER NOT NULL
+    leads TEXT NOT NULL
 );
 )sql";
 

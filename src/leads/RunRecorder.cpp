@@ -2,6 +2,7 @@
 
 #include "common/Sqlite.h"
 #include "leads/LeadDatabase.h"
+#include "leads/LeadFormats.h"
 
 #include <QDateTime>
 #include <QJsonDocument>
@@ -10,7 +11,6 @@
 #include <condition_variable>
 #include <mutex>
 #include <optional>
-#include <span>
 #include <thread>
 #include <vector>
 
@@ -26,18 +26,39 @@ struct PendingLead
     qint64 seenMs;
 };
 
-// Leads are appended this many to a statement: one statement each would cost the writer
-// more than the rows themselves.
-constexpr int kRowsPerStatement = 64;
-constexpr int kColumns = 6;
-
 // The writer's prepared statements, made before its thread starts so a failure shows at once.
 struct Statements
 {
-    sqlite::Statement addLead;
-    sqlite::Statement addLeads; // kRowsPerStatement at once
+    sqlite::Statement addPending;
     sqlite::Statement endRun;
 };
+
+// A commit's leads as one pending row (see the lead database's layout): the pages they were
+// found at, in order, each [source, title, seen, email, ...]. Leads recorded together from
+// one page share its entry.
+QByteArray pendingLeads(const std::vector<PendingLead> &leads)
+{
+    QByteArray json;
+    json.reserve(qsizetype(leads.size()) * 48);
+    json += '[';
+    const PendingLead *page = nullptr;
+    for (const PendingLead &lead : leads) {
+        if (!page || lead.source != page->source || lead.title != page->title ||
+            lead.seenMs != page->seenMs) {
+            json += page ? "],[" : "[";
+            appendJsonString(json, lead.source);
+            json += ',';
+            appendJsonString(json, lead.title);
+            json += ',';
+            json += QByteArray::number(lead.seenMs);
+            page = &lead;
+        }
+        json += ',';
+        appendJsonString(json, lead.email);
+    }
+    json += page ? "]]" : "]";
+    return json;
+}
 
 } // namespace
 
@@ -144,14 +165,12 @@ private:
         auto transaction = sqlite::Transaction::begin(*m_db);
         if (!transaction)
             return transaction.error();
-        const std::span<const PendingLead> leads(batch);
-        for (size_t done = 0; done < leads.size();) {
-            const bool full = leads.size() - done >= kRowsPerStatement;
-            const size_t rows = full ? kRowsPerStatement : 1;
-            sqlite::Statement &add = full ? m_statements->addLeads : m_statements->addLead;
-            if (auto added = addLeads(add, leads.subspan(done, rows)); !added)
+        if (!batch.empty()) {
+            sqlite::Statement &add = m_statements->addPending;
+            add.bind(1, m_runId);
+            add.bindUtf8(2, pendingLeads(batch));
+            if (auto added = add.run(); !added)
                 return added;
-            done += rows;
         }
         if (ending) {
             sqlite::Statement &endRun = m_statements->endRun;
@@ -162,20 +181,6 @@ private:
                 return ended;
         }
         return transaction.value().commit();
-    }
-
-    Result<void> addLeads(sqlite::Statement &add, std::span<const PendingLead> leads)
-    {
-        int parameter = 1;
-        for (const PendingLead &lead : leads) {
-            add.bind(parameter++, m_runId);
-            add.bind(parameter++, lead.email);
-            add.bind(parameter++, leadDomain(lead.email));
-            add.bind(parameter++, lead.source);
-            add.bind(parameter++, lead.title);
-            add.bind(parameter++, lead.seenMs);
-        }
-        return add.run();
     }
 
     std::optional<sqlite::Connection> m_db;
@@ -211,19 +216,10 @@ Result<std::unique_ptr<RunRecorder>> RunRecorder::start(const QString &databaseP
                         .arg(databasePath, reason));
     };
 
-    const auto addRows = [&db](int rows) {
-        QString sql = QStringLiteral("INSERT INTO pending(run, email, domain, source, title, seen) "
-                                     "VALUES(?, ?, ?, ?, ?, ?)");
-        for (int row = 1; row < rows; ++row)
-            sql += QStringLiteral(", (?, ?, ?, ?, ?, ?)");
-        return db.prepare(sql);
-    };
-    static_assert(kColumns * kRowsPerStatement < 999, "within SQLite's oldest parameter limit");
-    auto addLead = addRows(1);
-    auto addLeads = addRows(kRowsPerStatement);
+    auto addPending = db.prepare(QStringLiteral("INSERT INTO pending(run, leads) VALUES(?1, ?2)"));
     auto endRun =
         db.prepare(QStringLiteral("UPDATE runs SET ended = ?1, message = ?2 WHERE id = ?3"));
-    for (const Result<sqlite::Statement> *prepared : {&addLead, &addLeads, &endRun}) {
+    for (const Result<sqlite::Statement> *prepared : {&addPending, &endRun}) {
         if (!*prepared)
             return problem(prepared->message());
     }
@@ -236,8 +232,7 @@ Result<std::unique_ptr<RunRecorder>> RunRecorder::start(const QString &databaseP
         return problem(inserted.message());
     const qint64 runId = db.lastInsertId();
 
-    Statements statements{std::move(addLead).value(), std::move(addLeads).value(),
-                          std::move(endRun).value()};
+    Statements statements{std::move(addPending).value(), std::move(endRun).value()};
     auto writer = std::make_unique<Writer>(std::move(opened).value(), runId, std::move(statements),
                                            std::move(clock));
     return std::unique_ptr<RunRecorder>(new RunRecorder(runId, std::move(writer)));

@@ -66,12 +66,15 @@ TEST_F(LeadDatabaseTest, RunsRecordWhereAndWhenLeadsWereSeen)
     now += 1000;
     harvest->recordLead("ann@firm.com", "http://firm.com/team", "Our team");
     harvest->recordLead("Ann@firm.com", "http://firm.com/team", "Our team"); // another lead
+    ASSERT_TRUE(harvest->flush());
     now += 1000;
     harvest->recordLead("bob@shop.org", "http://shop.org/", "Shop");
+    ASSERT_TRUE(harvest->flush());
     harvest->recordLead("ann@firm.com", "http://firm.com/contact", "Contact"); // keeps /team
     ASSERT_TRUE(harvest->endRun("Done."));
     EXPECT_TRUE(harvest->endRun("ignored").ok());
-    // Part of the run filed a lead at a time, as readers racing it would: the same record.
+    // The run's three commits filed one at a time, as readers racing it would: the same
+    // record.
     {
         auto raw = openLeadConnection(path);
         ASSERT_TRUE(raw.ok());
@@ -150,6 +153,16 @@ TEST_F(LeadDatabaseTest, SelectionsCombineRunTimeNewnessAndDomain)
     EXPECT_EQ(emails(select(db, {.run = early->runId(), .domain = "other.net"})),
               QStringList({"e@other.net"}));
     EXPECT_TRUE(select(db, {.run = early->runId(), .sinceMs = between, .newOnly = true}).empty());
+
+    // Whatever a page's address and title hold comes back as it was.
+    const QString odd = QString::fromUtf8("\"q\" \\ \t\n\x01 \xc3\xbc \xf0\x9f\x98\x80 ]],[");
+    auto third = startRun();
+    third->recordLead("g@odd.test", "http://odd.test/" + odd, odd);
+    ASSERT_TRUE(third->endRun({}));
+    const auto oddRows = select(db, {.domain = "odd.test"});
+    ASSERT_EQ(oddRows.size(), 1u);
+    EXPECT_EQ(oddRows[0].source, "http://odd.test/" + odd);
+    EXPECT_EQ(oddRows[0].title, odd);
 }
 
 TEST_F(LeadDatabaseTest, MxComesFromTheLatestVerificationAndExportsAreKept)

@@ -198,10 +198,11 @@ std::optional<int> wrongArguments(const OptionTable &table, const OptionValues &
 // The commands read the catalogues of the data folder, which must be there.
 std::optional<int> missingDataFolder()
 {
-    if (QFileInfo(DataFolder::root()).isDir())
+    const QString folder = DataFolder::rootPath();
+    if (QFileInfo(folder).isDir())
         return std::nullopt;
-    return usageError(
-        QStringLiteral("no data folder at %1").arg(QDir::toNativeSeparators(DataFolder::root())));
+    return usageError(QStringLiteral("no data folder at %1 (--home or CORVANE_HOME names it)")
+                          .arg(QDir::toNativeSeparators(folder)));
 }
 
 int runList(const OptionValues &)
@@ -275,10 +276,13 @@ const OptionTable &reindexTable()
 }
 
 // Progress of long work on stderr ("label: done of total unit (percent)"), on one line when
-// stderr is a terminal, else every tenth. Counts are shown divided by scale.
+// stderr is a terminal, else every tenth; nothing with --quiet. Counts are shown divided by
+// scale.
 std::function<void(qint64, qint64)> progressLine(const QString &label, qint64 scale = 1,
                                                  const QString &unit = {})
 {
+    if (isQuiet())
+        return [](qint64, qint64) {};
     const bool terminal = isatty(fileno(stderr)) != 0;
     return [=, shown = qint64(-1)](qint64 done, qint64 total) mutable {
         const qint64 percent = total > 0 ? done * 100 / total : 100;
@@ -375,13 +379,13 @@ int search(const OptionValues &options)
     }
     writeOut(out);
     if (results->manyMatches)
-        writeErr(QStringLiteral("More than %1 pages match; these are the best of the %1 stored "
-                                "last (--limit 0 ranks them all).\n")
-                     .arg(results->total - 1));
+        writeMessage(QStringLiteral("More than %1 pages match; these are the best of the %1 stored "
+                                    "last (--limit 0 ranks them all).\n")
+                         .arg(results->total - 1));
     else
-        writeErr(QStringLiteral("%1 of %2 matching pages shown.\n")
-                     .arg(results->hits.size())
-                     .arg(results->total));
+        writeMessage(QStringLiteral("%1 of %2 matching pages shown.\n")
+                         .arg(results->hits.size())
+                         .arg(results->total));
     return kExitOk;
 }
 
@@ -390,7 +394,7 @@ int reindex(const OptionValues &)
     const Result<RebuildSummary> rebuilt = rebuildSearchIndex(rebuildProgress());
     if (!rebuilt)
         return failure(rebuilt.message());
-    writeErr(
+    writeMessage(
         QStringLiteral("%1 pages indexed").arg(rebuilt->pages) +
         (rebuilt->missing > 0
              ? QStringLiteral("; %1 listed pages have no readable page file").arg(rebuilt->missing)
@@ -448,7 +452,7 @@ int exportWarc(const OptionValues &options)
         *base, options.positional().at(1), progressLine(QStringLiteral("Writing pages")));
     if (!exported)
         return failure(exported.message());
-    writeErr(
+    writeMessage(
         QStringLiteral("%1 pages written").arg(exported->pages) +
         (exported->missing > 0
              ? QStringLiteral("; %1 listed pages have no readable page file").arg(exported->missing)
@@ -491,16 +495,17 @@ int importWarc(const OptionValues &options)
         return failure(imported.message());
     for (const QString &problem : imported->problems)
         writeErr(problem + QLatin1Char('\n'));
-    writeErr(QStringLiteral("%1 of %2 responses stored as pages%3; %4 were no HTML page, %5 too "
-                            "long or damaged, %6 taken by no term or seen before\n")
-                 .arg(imported->stored)
-                 .arg(imported->responses)
-                 .arg(imported->knowledgeBase.isEmpty()
-                          ? QString()
-                          : QStringLiteral(" in %1").arg(imported->knowledgeBase))
-                 .arg(imported->notPages)
-                 .arg(imported->cut)
-                 .arg(imported->notFiled));
+    writeMessage(
+        QStringLiteral("%1 of %2 responses stored as pages%3; %4 were no HTML page, %5 too "
+                       "long or damaged, %6 taken by no term or seen before\n")
+            .arg(imported->stored)
+            .arg(imported->responses)
+            .arg(imported->knowledgeBase.isEmpty()
+                     ? QString()
+                     : QStringLiteral(" in %1").arg(imported->knowledgeBase))
+            .arg(imported->notPages)
+            .arg(imported->cut)
+            .arg(imported->notFiled));
     if (!imported->failure.isEmpty())
         return failure(imported->failure + (imported->stored > 0
                                                 ? QStringLiteral("; the pages stored before stay")

@@ -21,7 +21,7 @@ void DataFolder::setRoot(const QString &path)
     rootOverride() = path.isEmpty() ? QString() : QDir(path).absolutePath();
 }
 
-QString DataFolder::root()
+QString DataFolder::rootPath()
 {
     QString path = rootOverride();
     if (path.isEmpty())
@@ -30,8 +30,14 @@ QString DataFolder::root()
         path = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
                QStringLiteral("/Corvane");
     }
-    QDir().mkpath(path);
     return QDir(path).absolutePath();
+}
+
+QString DataFolder::root()
+{
+    const QString path = rootPath();
+    QDir().mkpath(path);
+    return path;
 }
 
 QString DataFolder::subfolder(const QString &relative)

@@ -15,7 +15,10 @@ class DataFolder
 public:
     // Set by the programs' --home option; tests point it at a temporary folder.
     static void setRoot(const QString &path);
+    // The folder, created when missing.
     static QString root();
+    // The folder's path, without creating it.
+    static QString rootPath();
 
     // root()/relative, with the folder created on first use.
     static QString subfolder(const QString &relative);

@@ -132,6 +132,18 @@ TEST(CliKb, UsageErrorsAndUnknownNames)
                          {"--home", home.path(), "kb", "pages", "Base", "Nope"}, &out, &err),
               1);
     EXPECT_TRUE(text(err).contains(QStringLiteral("Nope")));
+
+    // A data folder that is not there is named, and not made, by any kb command.
+    const QString missing = home.file(QStringLiteral("missing"));
+    for (const QStringList &command :
+         {QStringList({"list"}), QStringList({"search", "rye"}), QStringList({"reindex"})}) {
+        EXPECT_EQ(runProgram(QStringLiteral("corvane-cli"),
+                             QStringList({"--home", missing, "kb"}) + command, &out, &err),
+                  2)
+            << command.join(' ').toStdString();
+        EXPECT_TRUE(err.contains("no data folder")) << err.toStdString();
+    }
+    EXPECT_FALSE(QFileInfo::exists(missing));
 }
 
 TEST(CliKb, SearchPrintsRankedHitsAndRefusesQueriesWithNothingToFind)
@@ -166,6 +178,13 @@ TEST(CliKb, SearchPrintsRankedHitsAndRefusesQueriesWithNothingToFind)
     }
     EXPECT_EQ(cli(home, {"kb", "search", "rye", "--term", "Pie"}, &out, &err), 1);
     EXPECT_TRUE(err.contains("Pie")) << err.toStdString();
+
+    // --quiet leaves the hits and drops the messages and progress.
+    ASSERT_EQ(cli(home, {"kb", "search", "spelt", "--quiet"}, &out, &err), 0);
+    EXPECT_EQ(out.count('\n'), 1);
+    EXPECT_EQ(err, "");
+    ASSERT_EQ(cli(home, {"kb", "reindex", "-q"}, &out, &err), 0);
+    EXPECT_EQ(err, "");
 }
 
 // An exported archive reads back whole in warcio, an independent reader, and importing it

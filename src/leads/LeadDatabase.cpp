@@ -234,6 +234,8 @@ Result<qint64> LeadDatabase::forEachLead(const LeadSelection &selection,
     LeadRow lead;
     const Result<void> read = rows.forEachRow([&] {
         lead.email = rows.text(0);
+        if (selection.addresses && !selection.addresses->contains(lead.email))
+            return true;
         lead.source = rows.text(1);
         lead.title = rows.text(2);
         lead.firstSeenMs = rows.integer(3);

@@ -302,7 +302,8 @@ Result<qint64> writeLeadsToFile(LeadDatabase &db, const std::vector<LeadSelectio
 }
 
 Result<qint64> exportRunLeads(const QString &databasePath, const std::vector<qint64> &runs,
-                              const QString &formatName, const QString &path)
+                              const QString &formatName, const QString &path,
+                              const std::optional<QSet<QString>> &addresses)
 {
     const std::optional<LeadOutputFormat> format = leadFormatNamed(formatName);
     if (!format)
@@ -312,7 +313,7 @@ Result<qint64> exportRunLeads(const QString &databasePath, const std::vector<qin
         return db.error();
     std::vector<LeadSelection> selections;
     for (const qint64 run : runs)
-        selections.push_back(LeadSelection{.run = run});
+        selections.push_back(LeadSelection{.run = run, .addresses = addresses});
     const Result<qint64> count = writeLeadsToFile(db.value(), selections, *format, path);
     if (!count)
         return count;

@@ -64,10 +64,12 @@ Result<qint64> writeLeadsToFile(LeadDatabase &db, const std::vector<LeadSelectio
 // "text" (addresses), "csv" or "jsonl"; none for another name.
 std::optional<LeadOutputFormat> leadFormatNamed(const QString &name);
 
-// Saves the leads of runs (each with the source its run found it at) to path in the format
-// named formatName, and records the export in the database at databasePath; returns how
-// many. What a front end calls to save a harvest's or a scan's leads with their sources.
+// Saves the leads of runs (each with the source its run found it at; with addresses, only
+// those) to path in the format named formatName, and records the export in the database at
+// databasePath; returns how many. What a front end calls to save a harvest's or a scan's
+// leads with their sources.
 Result<qint64> exportRunLeads(const QString &databasePath, const std::vector<qint64> &runs,
-                              const QString &formatName, const QString &path);
+                              const QString &formatName, const QString &path,
+                              const std::optional<QSet<QString>> &addresses = {});
 
 } // namespace corvane

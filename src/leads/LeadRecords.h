@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDateTime>
+#include <QSet>
 #include <QString>
 
 #include <optional>
@@ -47,6 +48,8 @@ struct LeadSelection
     // First seen in the selected run (or the latest run); with sinceMs: first seen since then.
     bool newOnly = false;
     QString domain{}; // the domain or any of its subdomains, letter case ignored
+    // Only these addresses, exactly as recorded (a window's list, less what the user removed).
+    std::optional<QSet<QString>> addresses{};
 };
 
 // Where a run found a lead: a page address with the page's title, or a file path.

@@ -2,6 +2,7 @@
 
 #include "common/LeadFile.h"
 #include "leads/LeadDatabase.h"
+#include "leads/LeadFormats.h"
 #include "leads/RunRecorder.h"
 
 #include <QDir>
@@ -301,6 +302,17 @@ LeadsScan::saveLeads(const QString &chosenName,
         return written.error();
     outcome.kind = SaveOutcome::Saved;
     return outcome;
+}
+
+Result<qint64> LeadsScan::saveLeadsCsv(const QString &path)
+{
+    if (m_recorder) {
+        if (Result<void> flushed = m_recorder->flush(); !flushed)
+            return flushed.error();
+    }
+    const QStringList listed = m_leads.texts();
+    return exportRunLeads(LeadDatabase::defaultPath(), m_recordedRuns, QStringLiteral("csv"), path,
+                          QSet<QString>(listed.begin(), listed.end()));
 }
 
 void LeadsScan::beginRecording()

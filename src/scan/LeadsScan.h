@@ -132,6 +132,10 @@ public:
     Result<SaveOutcome>
     saveLeads(const QString &chosenName,
               const std::function<bool(const QString &question)> &confirmReplace);
+    // Writes the listed leads to path as the lead listings' CSV, each with the file it was
+    // found in, whole or not at all, and records the export; returns how many. Leads the
+    // user removed from the list stay out.
+    Result<qint64> saveLeadsCsv(const QString &path);
 
 signals:
     // After each file whose scan completed; filesScanned is the new counter.

@@ -204,21 +204,6 @@ void HarvestWindow::showStoreProblem(const QString &problem)
     m_resultTab->showProgress();
 }
 
-namespace {
-
-HarvestWindow::LeadSaveChoice askLeadFile(QWidget *parent)
-{
-    const QString leadFile = HarvestWindow::tr("Lead files (*.csv)");
-    const QString withSources = HarvestWindow::tr("CSV with the source of each lead (*.csv)");
-    QString chosenFilter = leadFile;
-    const QString path =
-        QFileDialog::getSaveFileName(parent, HarvestWindow::tr("Save Leads"), {},
-                                     leadFile + QStringLiteral(";;") + withSources, &chosenFilter);
-    return {path, chosenFilter == withSources};
-}
-
-} // namespace
-
 QStringList HarvestWindow::leads() const
 {
     return m_session.context().lstMailList.texts();
@@ -226,7 +211,8 @@ QStringList HarvestWindow::leads() const
 
 void HarvestWindow::saveLeads()
 {
-    const LeadSaveChoice choice = m_leadFileChooser ? m_leadFileChooser(this) : askLeadFile(this);
+    const LeadSaveChoice choice =
+        m_leadFileChooser ? m_leadFileChooser(this) : askLeadSaveChoice(this);
     if (choice.path.isEmpty())
         return;
     QString problem;

@@ -2,6 +2,7 @@
 
 #include "engine/HarvestJob.h"
 #include "engine/HarvestSession.h"
+#include "ui/LeadSourceHints.h"
 #include "ui/SkinnedWindow.h"
 
 #include <QPointer>
@@ -37,17 +38,6 @@ public:
     // The picture a tab shows: 1, or 2 for the tab just chosen.
     int tabPicture(int tab) const { return tab >= 0 && tab < 5 ? m_tabPictures[tab] : 0; }
 
-    // What Save Leads is told: the file, and whether it is the CSV with each lead's source
-    // rather than the lead file.
-    struct LeadSaveChoice
-    {
-        LeadSaveChoice(QString chosenPath = {}, bool sources = false)
-            : path(std::move(chosenPath)), withSources(sources)
-        {
-        }
-        QString path;
-        bool withSources;
-    };
     // Save Leads asks here (a file dialog by default); tests answer it.
     using FileChooser = std::function<LeadSaveChoice(QWidget *parent)>;
     void setLeadFileChooser(FileChooser chooser) { m_leadFileChooser = std::move(chooser); }

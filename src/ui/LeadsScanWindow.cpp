@@ -81,9 +81,7 @@ LeadsScanWindow::LeadsScanWindow(QWidget *parent)
     m_chooseFolder = [this] {
         return QFileDialog::getExistingDirectory(this, tr("Select Folder"));
     };
-    m_chooseSave = [this] {
-        return QFileDialog::getSaveFileName(this, tr("Save Leads"), {}, tr("Lead files (*.csv)"));
-    };
+    m_chooseSave = [this] { return askLeadSaveChoice(this); };
 
     buildLayout();
     showTypes();
@@ -311,10 +309,15 @@ void LeadsScanWindow::saveLeads()
         showMessage(this, LeadsScan::kNoLeadsMessage);
         return;
     }
-    const QString chosen = m_chooseSave();
-    if (chosen.isEmpty())
+    const LeadSaveChoice chosen = m_chooseSave();
+    if (chosen.path.isEmpty())
         return;
-    const auto saved = m_scan.saveLeads(chosen, [&](const QString &question) {
+    if (chosen.withSources) {
+        if (const Result<qint64> saved = m_scan.saveLeadsCsv(chosen.path); !saved)
+            showErrorReport(this, LeadsScan::kSaveFailedLabel, saved.message());
+        return;
+    }
+    const auto saved = m_scan.saveLeads(chosen.path, [&](const QString &question) {
         return DeleteConfirmDialog::confirm(question, this);
     });
     if (!saved)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "scan/LeadsScan.h"
+#include "ui/LeadSourceHints.h"
 #include "ui/SkinnedWindow.h"
 
 #include <QStringList>
@@ -32,7 +33,8 @@ public:
     using Chooser = std::function<QString()>;
     void setFileChooser(Chooser choose) { m_chooseFile = std::move(choose); }
     void setFolderChooser(Chooser choose) { m_chooseFolder = std::move(choose); }
-    void setSaveChooser(Chooser choose) { m_chooseSave = std::move(choose); }
+    using SaveChooser = std::function<LeadSaveChoice()>;
+    void setSaveChooser(SaveChooser choose) { m_chooseSave = std::move(choose); }
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -59,7 +61,7 @@ private:
     LeadsScan m_scan;
     Chooser m_chooseFile;
     Chooser m_chooseFolder;
-    Chooser m_chooseSave;
+    SaveChooser m_chooseSave;
 
     QRadioButton *m_optFolder;
     QRadioButton *m_optFile;

@@ -125,6 +125,18 @@ TEST_F(ToolWindowsTest, LeadsScanScansAFolderAndSavesTheLeads)
     EXPECT_EQ(asked, LeadsScan::kReplaceQuestion);
     EXPECT_EQ(test::readFile(chosen + ".csv"), saved);
 
+    // The CSV with sources: the leads still listed, each with the file it was found in.
+    const QString withSources = home.file(QStringLiteral("sources.csv"));
+    window->setSaveChooser([&] { return LeadSaveChoice{withSources, true}; });
+    click(*window, "cmdsavelist");
+    const QList<QByteArray> rows = test::readFile(withSources).trimmed().split('\n');
+    ASSERT_EQ(rows.size(), kept.size() + 1) << test::readFile(withSources).toStdString();
+    EXPECT_TRUE(rows[0].startsWith("email,source_url,"));
+    for (qsizetype i = 0; i < kept.size(); ++i) {
+        EXPECT_TRUE(rows[i + 1].startsWith(kept[i].toLatin1() + "," + folder.toLatin1() + "/"))
+            << rows[i + 1].toStdString();
+    }
+
     window->close(); // stores the type list
     QTest::qWait(0);
     const FileTypeList stored = FileTypeList::load();

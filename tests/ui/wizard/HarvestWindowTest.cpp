@@ -112,9 +112,7 @@ TEST_F(HarvestWindowTest, HarvestsASiteStopsGoesOnAndSavesTheLeads)
 
     // The other choice: every lead of the run, stopped and gone on, with the page it is on.
     const QString withSources = home.file(QStringLiteral("sources.csv"));
-    window->setLeadFileChooser([&](QWidget *) {
-        return HarvestWindow::LeadSaveChoice{withSources, true};
-    });
+    window->setLeadFileChooser([&](QWidget *) { return LeadSaveChoice{withSources, true}; });
     QTest::mouseClick(button("cmdSaveEmail"), Qt::LeftButton);
     const QStringList rows = QString::fromUtf8(test::readFile(withSources))
                                  .split(QStringLiteral("\r\n"), Qt::SkipEmptyParts);

@@ -7,7 +7,8 @@
 // The pages are generated (a Zipf-distributed vocabulary: English function words on top of
 // fifty thousand made-up words; 180 to 2,000 words a page, with markup, scripts and styles
 // around the prose) and indexed once into $TMPDIR/corvane-bench-search-<pages>, which later
-// runs reuse (delete it to build again; building takes a few minutes).
+// runs reuse while it holds them all (an index of another layout opens empty, and is built
+// again; building takes a few minutes).
 
 #include "common/DataFolder.h"
 #include "kb/SearchIndex.h"
@@ -136,7 +137,8 @@ SearchIndex &index()
         const QString folder = indexFolder();
         const QString done = QDir(folder).filePath(QStringLiteral("complete"));
         DataFolder::setRoot(folder);
-        if (!QFile::exists(done)) {
+        const bool whole = QFile::exists(done) && SearchIndex::open().value().pageCount() == kPages;
+        if (!whole) {
             QDir(folder).removeRecursively();
             QDir().mkpath(folder);
             std::fprintf(stderr, "Indexing %d pages into %s ...\n", kPages, qPrintable(folder));

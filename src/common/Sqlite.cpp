@@ -121,6 +121,23 @@ void Connection::setBusyTimeout(int milliseconds)
     sqlite3_busy_timeout(m_db, milliseconds);
 }
 
+Result<void> Connection::addSearchFunction(const char *name, SearchFunction function)
+{
+    // FTS5 hands its API out through a pointer bound to "SELECT fts5(?1)".
+    fts5_api *api = nullptr;
+    sqlite3_stmt *statement = nullptr;
+    if (sqlite3_prepare_v2(m_db, "SELECT fts5(?1)", -1, &statement, nullptr) != SQLITE_OK)
+        return fail(messageOf(m_db));
+    sqlite3_bind_pointer(statement, 1, static_cast<void *>(&api), "fts5_api_ptr", nullptr);
+    sqlite3_step(statement);
+    sqlite3_finalize(statement);
+    if (!api)
+        return fail(QStringLiteral("this SQLite has no full-text search"));
+    if (api->xCreateFunction(api, name, nullptr, function, nullptr) != SQLITE_OK)
+        return fail(messageOf(m_db));
+    return {};
+}
+
 Result<void> Connection::addTextFunction(const char *name, QString (*function)(const QString &))
 {
     const auto call = [](sqlite3_context *context, int, sqlite3_value **arguments) {

@@ -9,6 +9,10 @@
 
 struct sqlite3;
 struct sqlite3_stmt;
+struct sqlite3_context;
+struct sqlite3_value;
+struct Fts5Context;
+struct Fts5ExtensionApi;
 
 // Small owners of the SQLite C API's handles: each closes or finalizes what it holds, and
 // every failure comes back as a Result carrying SQLite's own words.
@@ -50,6 +54,12 @@ public:
     // Makes name(text) callable from this connection's SQL; function gives the same answer
     // for the same text and touches nothing else. A NULL argument gives NULL.
     Result<void> addTextFunction(const char *name, QString (*function)(const QString &));
+    // Makes name(table, ...) callable in full-text queries of this connection, as FTS5's own
+    // bm25() and snippet() are.
+    using SearchFunction = void (*)(const Fts5ExtensionApi *api, Fts5Context *row,
+                                    sqlite3_context *result, int argumentCount,
+                                    sqlite3_value **arguments);
+    Result<void> addSearchFunction(const char *name, SearchFunction function);
 
 private:
     explicit Connection(sqlite3 *db) : m_db(db) {}

@@ -14,13 +14,17 @@
 #include <QHash>
 #include <QSet>
 
+#include <sqlite3.h>
+
 #include <algorithm>
+#include <cmath>
+#include <vector>
 
 namespace corvane {
 
 namespace {
 
-constexpr int kSchemaVersion = 1;
+constexpr int kSchemaVersion = 2;
 
 // Only the start of a huge page file is read for the index (see visiblePageText).
 constexpr qint64 kMaxIndexedPageBytes = 8 * 1024 * 1024;
@@ -38,7 +42,78 @@ const char kCreateSchema[] =
     " term TEXT NOT NULL, page INTEGER NOT NULL, UNIQUE(kb, term, page));"
     "CREATE VIRTUAL TABLE page_text USING fts5(scope, address, title, body,"
     " tokenize = 'unicode61 remove_diacritics 2', prefix = '2 3');";
-const char kScore[] = "bm25(page_text, 0.0, 2.0, 10.0, 1.0)";
+
+// Okapi BM25 as FTS5's bm25() computes it, with the weights of the columns above, save for
+// where a phrase's rarity comes from. bm25() counts the pages holding each phrase by reading
+// them all, which for two common words or a short prefix on a large index took longer than
+// the rest of the search. Here each phrase's page count is an argument: an estimate from
+// the newest pages (estimatedPageCount), and for a search of one phrase, whose rarity does
+// not change the order, none at all.
+constexpr double kColumnWeights[] = {0.0, 2.0, 10.0, 1.0};
+constexpr char kRankFunction[] = "corvane_rank";
+
+struct RankConstants
+{
+    double averageLength = 1;
+    std::vector<double> idf; // per phrase
+};
+
+void rankPage(const Fts5ExtensionApi *api, Fts5Context *row, sqlite3_context *result,
+              int argumentCount, sqlite3_value **arguments)
+{
+    constexpr double k1 = 1.2;
+    constexpr double b = 0.75;
+    const int phrases = api->xPhraseCount(row);
+    auto *constants = static_cast<RankConstants *>(api->xGetAuxdata(row, 0));
+    if (!constants) {
+        sqlite3_int64 rows = 0;
+        sqlite3_int64 tokens = 0;
+        if (api->xRowCount(row, &rows) != SQLITE_OK ||
+            api->xColumnTotalSize(row, -1, &tokens) != SQLITE_OK) {
+            sqlite3_result_error(result, "the index has no totals", -1);
+            return;
+        }
+        constants = new RankConstants;
+        constants->averageLength = rows > 0 ? double(tokens) / double(rows) : 1.0;
+        for (int phrase = 0; phrase < phrases; ++phrase) {
+            const double pages =
+                phrase < argumentCount ? sqlite3_value_double(arguments[phrase]) : double(rows);
+            const double idf = std::log((double(rows) - pages + 0.5) / (pages + 0.5));
+            constants->idf.push_back(idf > 0 ? idf : 1e-6);
+        }
+        if (api->xSetAuxdata(row, constants, [](void *data) {
+                delete static_cast<RankConstants *>(data);
+            }) != SQLITE_OK) {
+            sqlite3_result_error_nomem(result);
+            return;
+        }
+    }
+    std::vector<double> frequency(size_t(phrases), 0.0);
+    int instances = 0;
+    if (api->xInstCount(row, &instances) != SQLITE_OK) {
+        sqlite3_result_error(result, "the index has no positions", -1);
+        return;
+    }
+    for (int i = 0; i < instances; ++i) {
+        int phrase = 0, column = 0, offset = 0;
+        if (api->xInst(row, i, &phrase, &column, &offset) == SQLITE_OK && phrase < phrases &&
+            column >= 0 && column < int(std::size(kColumnWeights)))
+            frequency[size_t(phrase)] += kColumnWeights[column];
+    }
+    int length = 0;
+    (void)api->xColumnSize(row, -1, &length);
+    double score = 0;
+    for (int phrase = 0; phrase < phrases; ++phrase) {
+        const double f = frequency[size_t(phrase)];
+        score += constants->idf[size_t(phrase)] * f * (k1 + 1) /
+                 (f + k1 * (1 - b + b * double(length) / constants->averageLength));
+    }
+    sqlite3_result_double(result, -score); // FTS5's convention: lower ranks better
+}
+
+// Pages read to estimate how many pages hold a phrase: when the newest this many holding it
+// span a part of the index, the rest is taken to hold it as densely.
+constexpr qint64 kEstimateSample = 1000;
 
 // Private-use characters the page text never holds (visiblePageText spaces them out), so
 // they can mark the words found in a snippet.
@@ -147,6 +222,8 @@ Result<SearchIndex> SearchIndex::open(const QString &path, int busyTimeoutMs)
         {
             SearchIndex index(std::move(db).value(), path);
             Result<void> ready = index.createSchema();
+            if (ready)
+                ready = index.m_db.addSearchFunction(kRankFunction, rankPage);
             if (ready)
                 return index;
             if (attempt > 0 || !index.damaged())
@@ -268,6 +345,33 @@ Result<void> SearchIndex::removeKnowledgeBase(qint32 knowledgeBase)
     return removeAll(QStringLiteral("kb = ?1"), qint64(knowledgeBase));
 }
 
+Result<double> SearchIndex::estimatedPageCount(const QString &phrase)
+{
+    Result<sqlite::Statement> sample = m_db.prepare(
+        QStringLiteral("SELECT count(*), min(rowid) FROM (SELECT rowid FROM page_text WHERE "
+                       "page_text MATCH ?1 ORDER BY rowid DESC LIMIT ?2)"));
+    if (!sample)
+        return sample.error();
+    sample.value().bind(1, QStringLiteral("{address title body} : (%1)").arg(phrase));
+    sample.value().bind(2, kEstimateSample);
+    if (Result<bool> row = sample.value().step(); !row)
+        return row.error();
+    const qint64 found = sample.value().integer(0);
+    if (found < kEstimateSample)
+        return double(found);
+    // The sample is every page holding the phrase from its lowest one on.
+    Result<sqlite::Statement> span = m_db.prepare(
+        QStringLiteral("SELECT count(*), (SELECT count(*) FROM pages WHERE id >= ?1) FROM pages"));
+    if (!span)
+        return span.error();
+    span.value().bind(1, sample.value().integer(1));
+    if (Result<bool> row = span.value().step(); !row)
+        return row.error();
+    const double pages = double(span.value().integer(0));
+    const double sampled = std::max<double>(1, double(span.value().integer(1)));
+    return std::min(pages, double(found) * pages / sampled);
+}
+
 qint64 SearchIndex::pageCount()
 {
     const Result<qint64> count = m_db.queryInt("SELECT count(*) FROM pages");
@@ -277,11 +381,12 @@ qint64 SearchIndex::pageCount()
 Result<SearchResults> SearchIndex::search(const QString &query, const SearchFilter &filter,
                                           int limit)
 {
-    Result<QString> words = matchExpression(query);
-    if (!words)
-        return words.error();
+    Result<QStringList> phrases = matchPhrases(query);
+    if (!phrases)
+        return phrases.error();
     // The page's own columns only: the filter words stay out of the user's reach.
-    QString match = QStringLiteral("{address title body} : (%1)").arg(*words);
+    QString match =
+        QStringLiteral("{address title body} : (%1)").arg(phrases->join(QLatin1String(" AND ")));
     if (!filter.knowledgeBaseName.isEmpty())
         match += QStringLiteral(" AND scope : \"%1\"")
                      .arg(scopeToken('k', filter.knowledgeBaseName.trimmed()));
@@ -299,10 +404,20 @@ Result<SearchResults> SearchIndex::search(const QString &query, const SearchFilt
     };
     std::vector<Ranked> ranked;
     const qint64 candidates = limit > 0 ? m_rankedCandidates + 1 : -1;
+    QString rank = QLatin1String(kRankFunction) + QStringLiteral("(page_text");
+    if (phrases->size() > 1) {
+        for (const QString &phrase : *phrases) {
+            const Result<double> pages = estimatedPageCount(phrase);
+            if (!pages)
+                return indexError(pages.error());
+            rank += QStringLiteral(", %1").arg(*pages);
+        }
+    }
+    rank += QLatin1Char(')');
     Result<sqlite::Statement> scores =
         m_db.prepare(QStringLiteral("SELECT rowid, %1 FROM page_text WHERE page_text MATCH ?1 "
                                     "ORDER BY rowid DESC LIMIT ?2")
-                         .arg(QLatin1String(kScore)));
+                         .arg(rank));
     if (!scores)
         return indexError(scores.error());
     scores.value().bind(1, match);

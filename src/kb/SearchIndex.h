@@ -110,6 +110,8 @@ private:
     }
     Result<void> createSchema();
     Result<void> insert(const IndexedPage &page, const QString &title, QByteArrayView html);
+    // About how many pages hold a match phrase, from the newest of them.
+    Result<double> estimatedPageCount(const QString &phrase);
     // Removes the pages the condition on table pages selects (inside a transaction).
     template <typename... Values>
     Result<void> removeWhere(const QString &condition, const Values &...values);

@@ -80,7 +80,7 @@ QList<Part> splitQuery(QStringView query)
 
 } // namespace
 
-Result<QString> matchExpression(const QString &query)
+Result<QStringList> matchPhrases(const QString &query)
 {
     QStringList quoted;
     for (Part &part : splitQuery(query)) {
@@ -100,7 +100,15 @@ Result<QString> matchExpression(const QString &query)
         return fail(QStringLiteral("Type one or more words to search for"));
     if (quoted.size() > kMaxSearchWords)
         return fail(QStringLiteral("Search for at most %1 words at a time").arg(kMaxSearchWords));
-    return quoted.join(QLatin1String(" AND "));
+    return quoted;
+}
+
+Result<QString> matchExpression(const QString &query)
+{
+    Result<QStringList> phrases = matchPhrases(query);
+    if (!phrases)
+        return phrases.error();
+    return phrases->join(QLatin1String(" AND "));
 }
 
 } // namespace corvane

@@ -292,6 +292,18 @@ TEST(SearchIndexTest, TitlesRankFirstSnippetsMarkTheWordsAndCommonWordsRankTheNe
     EXPECT_EQ(three.snippet.mid(three.found[0].start, three.found[0].length), u"Heron");
     EXPECT_EQ(index.pageCount(), 11);
 
+    // Of two words the rarer counts more: on pages of one length, three egrets outweigh a
+    // page full of lorem.
+    add(12, QStringLiteral("Twelve"), QStringLiteral("egret ") + filler + filler);
+    add(13, QStringLiteral("Thirteen"),
+        QStringLiteral("egret egret egret lorem ") +
+            QStringLiteral("alpha beta gamma delta epsilon ").repeated(16));
+    results = index.search(QStringLiteral("lorem egret"), {}, 10);
+    ASSERT_TRUE(results);
+    ASSERT_EQ(results->hits.size(), 2);
+    EXPECT_EQ(results->hits[0].page.page, 13);
+    EXPECT_EQ(results->hits[1].page.page, 12);
+
     // Past the candidates, the newest pages alone are ranked; the count stays exact.
     index.setRankedCandidates(4);
     results = index.search(QStringLiteral("lorem"), {}, 2);
@@ -300,8 +312,8 @@ TEST(SearchIndexTest, TitlesRankFirstSnippetsMarkTheWordsAndCommonWordsRankTheNe
     EXPECT_EQ(results->total, 5);
     ASSERT_EQ(results->hits.size(), 2);
     for (const SearchHit &hit : results->hits)
-        EXPECT_TRUE(QList<qint32>({11, 10, 9, 8}).contains(hit.page.page)) << hit.page.page;
-    EXPECT_EQ(index.search(QStringLiteral("lorem"), {}, 0)->hits.size(), 10);
+        EXPECT_TRUE(QList<qint32>({13, 12, 11, 10}).contains(hit.page.page)) << hit.page.page;
+    EXPECT_EQ(index.search(QStringLiteral("lorem"), {}, 0)->hits.size(), 12);
 }
 
 TEST(SearchQueryTest, UserTextIsQuotedWordByWordAndNeverReachesTheQueryLanguage)

@@ -6,9 +6,10 @@
 
 namespace corvane {
 
-// What one page may give the search index: about three thousand words. Pages are indexed
-// for finding them, not for storing them a second time.
-inline constexpr qsizetype kMaxIndexedTextLength = 20000;
+// What one page may give the search index: about 150,000 words, more than any page a reader
+// goes through, so that a search finds every page holding a word; a generated page of
+// megabytes of text is cut there.
+inline constexpr qsizetype kMaxIndexedTextLength = 1'000'000;
 
 // The text a reader sees on a stored page: markup, comments, scripts, styles, templates and
 // the title (indexed on its own) removed, character references decoded, white space run

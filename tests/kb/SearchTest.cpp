@@ -47,7 +47,8 @@ Pages common(const Pages &a, const Pages &b)
 
 // Knowledge bases filled through the real store with pages whose words are known: each page
 // holds a random choice of kWords in one paragraph (in that order), "café" written as a
-// character reference on some, and a word in its script that no reader sees.
+// character reference on some, and a word in its script that no reader sees; every fifth
+// page is long, its words a hundred thousand characters down.
 class Searched : public ::testing::Test
 {
 protected:
@@ -73,16 +74,23 @@ protected:
                     words.append(word);
             }
             const bool cafe = m_random.bounded(2) == 0;
+            const bool longPage = stored.size() % 5 == 4;
             const QString address = QStringLiteral("http://host%1.test/p").arg(stored.size());
-            const QString html = QStringLiteral("<html><head><title>%1 page</title><script>var "
-                                                "zircon = 1;</script></head><body><p>%2%3</p>"
-                                                "</body></html>")
-                                     .arg(term, words.join(QLatin1Char(' ')),
-                                          cafe ? QStringLiteral(" caf&eacute;") : QString());
+            const QString html =
+                QStringLiteral("<html><head><title>%1 page</title><script>var zircon = 1;"
+                               "</script></head><body>%2<p>%3%4</p></body></html>")
+                    .arg(term,
+                         longPage ? QStringLiteral("<p>%1</p>")
+                                        .arg(QStringLiteral("filler ").repeated(15000))
+                                  : QString(),
+                         words.join(QLatin1Char(' ')),
+                         cafe ? QStringLiteral(" caf&eacute;") : QString());
             const Result<SaveOutcome> outcome = store.SaveTaxonomy(address, html.toUtf8());
             ASSERT_TRUE(outcome && outcome->stored() && outcome->problems.isEmpty());
             if (cafe)
                 words.append(QStringLiteral("café"));
+            if (longPage)
+                words.prepend(QStringLiteral("filler"));
             stored.append({{store.currentKnowledgeBaseNumber(), store.KnowledgeBaseName(), term,
                             outcome->pageNumber, address},
                            QStringList{term.toLower(), QStringLiteral("page")} + words});

@@ -3,6 +3,7 @@
 #include "exchange/WarcStreams.h"
 
 #include <QIODevice>
+#include <QStringDecoder>
 
 #include <cstring>
 #include <optional>
@@ -10,6 +11,41 @@
 namespace corvane {
 
 namespace {
+
+// A target URI as pages write it: archives hold URIs, so letters beyond ASCII come %-escaped
+// as UTF-8, and these are read back. ASCII escapes (%20, %25, %2F) stay, as decoding them
+// could change what the address names; so does all of it when the escapes are no UTF-8.
+QString readableUri(QByteArrayView uri)
+{
+    const auto hexValue = [](char c) {
+        if (c >= '0' && c <= '9')
+            return c - '0';
+        if (c >= 'a' && c <= 'f')
+            return c - 'a' + 10;
+        if (c >= 'A' && c <= 'F')
+            return c - 'A' + 10;
+        return -1;
+    };
+    QByteArray bytes;
+    bytes.reserve(uri.size());
+    for (qsizetype i = 0; i < uri.size(); ++i) {
+        if (uri[i] == '%' && i + 2 < uri.size()) {
+            const int high = hexValue(uri[i + 1]);
+            const int low = hexValue(uri[i + 2]);
+            if (high >= 8 && low >= 0) {
+                bytes += char(high * 16 + low);
+                i += 2;
+                continue;
+            }
+        }
+        bytes += uri[i];
+    }
+    QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    const QString decoded = utf8(bytes);
+    if (!utf8.hasError())
+        return decoded;
+    return QString::fromUtf8(uri);
+}
 
 constexpr qsizetype kBufferBytes = 256 * 1024;
 
@@ -277,7 +313,7 @@ Result<bool> WarcReader::readHeader()
     QByteArray uri = record.header.value("WARC-Target-URI");
     if (uri.startsWith('<') && uri.endsWith('>'))
         uri = uri.sliced(1, uri.size() - 2);
-    record.targetUri = QString::fromUtf8(uri);
+    record.targetUri = readableUri(uri);
     m_record = std::move(record);
     m_offset += end - m_pos;
     m_pos = end;

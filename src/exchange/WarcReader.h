@@ -40,8 +40,10 @@ struct WarcRecord
 {
     QByteArray version; // "WARC/1.1"
     HeaderFields header;
-    QByteArray type;   // WARC-Type, lower-cased: "response", "warcinfo", ...
-    QString targetUri; // WARC-Target-URI without angle brackets; empty when none
+    QByteArray type; // WARC-Type, lower-cased: "response", "warcinfo", ...
+    // WARC-Target-URI without angle brackets, its escaped letters beyond ASCII read back (an
+    // address as the page linked it); empty when none.
+    QString targetUri;
     qint64 contentLength = 0;
     qint64 number = 0; // 1 for the archive's first record
 };

@@ -127,8 +127,11 @@ TEST(Warc, WrittenArchivesReadBackWholeHere)
             EXPECT_EQ(read.statuses[i + 1], pages[i].status);
         }
         EXPECT_EQ(read.records[1].header.value("WARC-Date"), "2023-11-14T22:13:20Z");
-        // A target URI is written escaped: a header field is one token.
-        EXPECT_EQ(read.records[2].targetUri, kEscapedUri);
+        // A target URI is written escaped: a header field is one token. Reading it back gives
+        // the letters again; an escaped space stays escaped.
+        EXPECT_EQ(read.records[2].header.value("WARC-Target-URI"), kEscapedUri.toLatin1());
+        EXPECT_EQ(read.records[2].targetUri,
+                  QStringLiteral("http://example.com/a%20b/\u00e9t\u00e9?q=1"));
     }
     // The digest is SHA-1 in Base32, as WARC writers put it.
     EXPECT_EQ(warcSha1Digest("abc"), "sha1:VGMT4NSHA2AWVOR6EVYXQUGCNSONBWE5");
@@ -183,7 +186,8 @@ TEST(Warc, BodiesAreDecodedAsCrawlersStoreThem)
                head + "Transfer-Encoding: chunked\r\nContent-Encoding: gzip\r\n\r\n" + chunked) +
         // The header still says gzip, but the crawler stored the body decoded.
         record("response", "http://b/", head + "Content-Encoding: gzip\r\n\r\n" + page) +
-        record("response", "http://c/",
+        // Escapes that are no UTF-8 are kept as written.
+        record("response", "http://c/%FF%C3%A9",
                head + "Content-Encoding: deflate\r\n\r\n" + qCompress(page).mid(4)) +
         record("resource", "file:///d.txt", page) +
         record("response", "dns:a", "20231114 a. 60 IN A 127.0.0.1\n");
@@ -197,6 +201,7 @@ TEST(Warc, BodiesAreDecodedAsCrawlersStoreThem)
         for (int i : {2, 3, 4, 5})
             EXPECT_EQ(read.payloads[i], page) << i;
         EXPECT_EQ(read.records[2].targetUri, "http://a/");
+        EXPECT_EQ(read.records[4].targetUri, "http://c/%FF%C3%A9");
         EXPECT_EQ(read.payloads[6], "20231114 a. 60 IN A 127.0.0.1\n");
         EXPECT_EQ(read.cut, QList<bool>(7, false));
     }
@@ -212,7 +217,7 @@ TEST(Warc, BodiesAreDecodedAsCrawlersStoreThem)
                     uris << response.targetUri;
                     return true;
                 }).ok());
-    EXPECT_EQ(uris, QStringList({"http://a/", "http://b/", "http://c/"}));
+    EXPECT_EQ(uris, QStringList({"http://a/", "http://b/", "http://c/%FF%C3%A9"}));
 }
 
 TEST(Warc, HostileArchivesEndWithAMessageAndBoundedPieces)

@@ -121,6 +121,11 @@ void Connection::setBusyTimeout(int milliseconds)
     sqlite3_busy_timeout(m_db, milliseconds);
 }
 
+void Connection::leaveJournalOnClose()
+{
+    sqlite3_db_config(m_db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+}
+
 Result<void> Connection::addSearchFunction(const char *name, SearchFunction function)
 {
     // FTS5 hands its API out through a pointer bound to "SELECT fts5(?1)".

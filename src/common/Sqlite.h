@@ -51,6 +51,9 @@ public:
     // The last failure was another connection's lock outlasting the busy time-out.
     bool lastErrorMeansBusy() const;
     void setBusyTimeout(int milliseconds);
+    // Leaves the write-ahead log for the next connection to fold into the file, rather than
+    // doing so, with its syncs, when this connection closes.
+    void leaveJournalOnClose();
     // Makes name(text) callable from this connection's SQL; function gives the same answer
     // for the same text and touches nothing else. A NULL argument gives NULL.
     Result<void> addTextFunction(const char *name, QString (*function)(const QString &));

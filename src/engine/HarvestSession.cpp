@@ -100,11 +100,10 @@ void HarvestSession::recordLeads(const QStringList &leads, const QString &pageUr
                                  const QByteArray &page)
 {
     const LeadSource source{pageUrl, pageTitle(page).value_or(QString())};
-    for (const QString &lead : leads) {
+    for (const QString &lead : leads)
         m_leadSources.insert(lead, source);
-        if (m_recorder)
-            m_recorder->recordLead(lead, source.location, source.title);
-    }
+    if (m_recorder)
+        m_recorder->recordLeads(leads, source.location, source.title);
 }
 
 void HarvestSession::crawlFinished(const QString &message)

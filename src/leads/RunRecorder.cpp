@@ -18,9 +18,10 @@ namespace corvane {
 
 namespace {
 
-struct PendingLead
+// Leads recorded together from one source.
+struct PendingPage
 {
-    QString email;
+    QStringList emails;
     QString source;
     QString title;
     qint64 seenMs;
@@ -34,29 +35,31 @@ struct Statements
 };
 
 // A commit's leads as one pending row (see the lead database's layout): the pages they were
-// found at, in order, each [source, title, seen, email, ...]. Leads recorded together from
-// one page share its entry.
-QByteArray pendingLeads(const std::vector<PendingLead> &leads)
+// found at, in order, each [source, title, seen, email, ...]. Pages recorded one after the
+// other from one source at one moment share an entry.
+QByteArray pendingLeads(const std::vector<PendingPage> &pages)
 {
     QByteArray json;
-    json.reserve(qsizetype(leads.size()) * 48);
+    json.reserve(qsizetype(pages.size()) * 128);
     json += '[';
-    const PendingLead *page = nullptr;
-    for (const PendingLead &lead : leads) {
-        if (!page || lead.source != page->source || lead.title != page->title ||
-            lead.seenMs != page->seenMs) {
-            json += page ? "],[" : "[";
-            appendJsonString(json, lead.source);
+    const PendingPage *open = nullptr;
+    for (const PendingPage &page : pages) {
+        if (!open || page.source != open->source || page.title != open->title ||
+            page.seenMs != open->seenMs) {
+            json += open ? "],[" : "[";
+            appendJsonString(json, page.source);
             json += ',';
-            appendJsonString(json, lead.title);
+            appendJsonString(json, page.title);
             json += ',';
-            json += QByteArray::number(lead.seenMs);
-            page = &lead;
+            json += QByteArray::number(page.seenMs);
+            open = &page;
         }
-        json += ',';
-        appendJsonString(json, lead.email);
+        for (const QString &email : page.emails) {
+            json += ',';
+            appendJsonString(json, email);
+        }
     }
-    json += page ? "]]" : "]";
+    json += open ? "]]" : "]";
     return json;
 }
 
@@ -74,15 +77,20 @@ public:
 
     ~Writer() { (void)end({}); }
 
-    void add(const QString &email, const QString &source, const QString &title)
+    void add(const QStringList &emails, const QString &source, const QString &title)
     {
+        if (emails.isEmpty())
+            return;
         const qint64 now = m_clock();
         std::lock_guard lock(m_mutex);
         if (m_ended)
             return; // nobody would write it
-        m_queue.push_back({email, source, title, now});
+        const bool wasEmpty = m_queue.empty();
+        const bool wasShort = m_queuedLeads < kBatchLimit;
+        m_queue.push_back({emails, source, title, now});
+        m_queuedLeads += emails.size();
         // The writer sleeps while nothing waits, and otherwise until its commit time.
-        if (m_queue.size() == 1 || m_queue.size() == kBatchLimit)
+        if (wasEmpty || (wasShort && m_queuedLeads >= kBatchLimit))
             m_wake.notify_one();
     }
 
@@ -132,11 +140,12 @@ private:
                 const auto due =
                     std::chrono::steady_clock::now() + std::chrono::milliseconds(kCommitIntervalMs);
                 m_wake.wait_until(lock, due, [&] {
-                    return m_ended || flushWanted() || m_queue.size() >= kBatchLimit;
+                    return m_ended || flushWanted() || m_queuedLeads >= kBatchLimit;
                 });
             }
-            std::vector<PendingLead> batch;
+            std::vector<PendingPage> batch;
             batch.swap(m_queue);
+            m_queuedLeads = 0;
             const bool ending = m_ended;
             const quint64 flushTicket = m_flushWanted;
             lock.unlock();
@@ -152,13 +161,11 @@ private:
                 break;
         }
         lock.unlock();
-        // Closing the last connection folds the journal back into the file off the caller's
-        // thread.
         m_statements.reset();
         m_db.reset();
     }
 
-    Result<void> write(const std::vector<PendingLead> &batch, bool ending)
+    Result<void> write(const std::vector<PendingPage> &batch, bool ending)
     {
         if (batch.empty() && !ending)
             return {};
@@ -191,7 +198,8 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_wake;
     std::condition_variable m_flushed;
-    std::vector<PendingLead> m_queue;
+    std::vector<PendingPage> m_queue;
+    qsizetype m_queuedLeads = 0;
     quint64 m_flushWanted = 0;
     quint64 m_flushDone = 0;
     bool m_ended = false;
@@ -216,6 +224,12 @@ Result<std::unique_ptr<RunRecorder>> RunRecorder::start(const QString &databaseP
                         .arg(databasePath, reason));
     };
 
+    // The run's end waits for its last commit, which is all a harvest should wait for: each
+    // commit is synced as it is made (on the writer's thread), and folding the journal into
+    // the file is left to the next reader rather than done when the run closes.
+    if (auto synced = db.exec("PRAGMA synchronous = FULL"); !synced)
+        return problem(synced.message());
+    db.leaveJournalOnClose();
     auto addPending = db.prepare(QStringLiteral("INSERT INTO pending(run, leads) VALUES(?1, ?2)"));
     auto endRun =
         db.prepare(QStringLiteral("UPDATE runs SET ended = ?1, message = ?2 WHERE id = ?3"));
@@ -247,7 +261,13 @@ RunRecorder::~RunRecorder() = default;
 
 void RunRecorder::recordLead(const QString &email, const QString &source, const QString &title)
 {
-    m_writer->add(email, source, title);
+    m_writer->add({email}, source, title);
+}
+
+void RunRecorder::recordLeads(const QStringList &emails, const QString &source,
+                              const QString &title)
+{
+    m_writer->add(emails, source, title);
 }
 
 Result<void> RunRecorder::flush()

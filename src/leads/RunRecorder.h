@@ -5,6 +5,7 @@
 
 #include <QJsonObject>
 #include <QString>
+#include <QStringList>
 
 #include <functional>
 #include <memory>
@@ -13,7 +14,7 @@ namespace corvane {
 
 // Records one harvest or scan in the lead database while it runs.
 //
-// recordLead only queues the lead (a lock and an append), so it is safe on the UI thread;
+// recordLead(s) only queues the leads (a lock and an append), so it is safe on the UI thread;
 // a writer thread of the recorder's own commits the queue every kCommitIntervalMs, or sooner
 // once kBatchLimit leads wait. A killed program loses at most that last moment, and the file
 // stays sound. The writer only appends the leads; the next read of the database files them
@@ -22,7 +23,7 @@ namespace corvane {
 //
 //     auto started = RunRecorder::start(LeadDatabase::defaultPath(), RunKind::Harvest, job);
 //     if (started) m_recorder = std::move(started).value(); else <warn: started.message()>
-//     m_recorder->recordLead(address, pageUrl, pageTitle);   // for each lead found
+//     m_recorder->recordLeads(addresses, pageUrl, pageTitle); // for each page's new leads
 //     m_recorder->endRun(message);                           // when the run ends
 class RunRecorder
 {
@@ -48,6 +49,8 @@ public:
     // for files), seen now. Addresses are kept exactly as given. The first source a lead is
     // found at in a run is the one kept for that run. Ignored once the run has ended.
     void recordLead(const QString &email, const QString &source, const QString &title = {});
+    // The same for several leads of one page, in one step.
+    void recordLeads(const QStringList &emails, const QString &source, const QString &title = {});
 
     // Waits until everything recorded so far is committed. Fails with the run's first write
     // failure, if any (later leads are still written after a failure).

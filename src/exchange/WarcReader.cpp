@@ -17,21 +17,12 @@ namespace {
 // could change what the address names; so does all of it when the escapes are no UTF-8.
 QString readableUri(QByteArrayView uri)
 {
-    const auto hexValue = [](char c) {
-        if (c >= '0' && c <= '9')
-            return c - '0';
-        if (c >= 'a' && c <= 'f')
-            return c - 'a' + 10;
-        if (c >= 'A' && c <= 'F')
-            return c - 'A' + 10;
-        return -1;
-    };
     QByteArray bytes;
     bytes.reserve(uri.size());
     for (qsizetype i = 0; i < uri.size(); ++i) {
         if (uri[i] == '%' && i + 2 < uri.size()) {
-            const int high = hexValue(uri[i + 1]);
-            const int low = hexValue(uri[i + 2]);
+            const int high = hexDigit(uri[i + 1]);
+            const int low = hexDigit(uri[i + 2]);
             if (high >= 8 && low >= 0) {
                 bytes += char(high * 16 + low);
                 i += 2;

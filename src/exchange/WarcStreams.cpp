@@ -14,6 +14,14 @@ constexpr qsizetype kInputBytes = 64 * 1024;
 // A chunk-size line is a few hex digits and perhaps an extension; one this long is no line.
 constexpr qsizetype kMaxSizeLine = 4096;
 
+bool isZlibHeader(QByteArrayView bytes)
+{
+    return bytes.size() >= 2 && (uchar(bytes[0]) & 0x0f) == 8 &&
+           ((uchar(bytes[0]) << 8) | uchar(bytes[1])) % 31 == 0;
+}
+
+} // namespace
+
 int hexDigit(char c)
 {
     if (c >= '0' && c <= '9')
@@ -24,14 +32,6 @@ int hexDigit(char c)
         return c - 'A' + 10;
     return -1;
 }
-
-bool isZlibHeader(QByteArrayView bytes)
-{
-    return bytes.size() >= 2 && (uchar(bytes[0]) & 0x0f) == 8 &&
-           ((uchar(bytes[0]) << 8) | uchar(bytes[1])) % 31 == 0;
-}
-
-} // namespace
 
 QByteArray gzipCompressed(QByteArrayView bytes, int level)
 {

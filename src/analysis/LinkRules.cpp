@@ -1,6 +1,6 @@
 #include "analysis/LinkRules.h"
 
-#include <QUrl>
+#include "common/PercentEncoding.h"
 
 namespace corvane::link_rules {
 
@@ -72,8 +72,11 @@ std::optional<QString> redirectTarget(QStringView link)
             const qsizetype equals = parameter.indexOf(QLatin1Char('='));
             if (equals < 0)
                 continue;
-            const QString value =
-                QUrl::fromPercentEncoding(parameter.sliced(equals + 1).toUtf8()).trimmed();
+            const std::optional<QString> decoded =
+                strictlyPercentDecoded(parameter.sliced(equals + 1).toUtf8());
+            if (!decoded)
+                continue;
+            const QString value = decoded->trimmed();
             const qsizetype schemeEnd = value.indexOf(u"://");
             if (startsWithWebScheme(value, CrawlProfile::Modern) && value.size() > schemeEnd + 3 &&
                 value.at(schemeEnd + 3) != QLatin1Char('/')) {

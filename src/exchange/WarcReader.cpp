@@ -1,5 +1,6 @@
 #include "exchange/WarcReader.h"
 
+#include "common/PercentEncoding.h"
 #include "exchange/WarcStreams.h"
 
 #include <QIODevice>
@@ -21,8 +22,8 @@ QString readableUri(QByteArrayView uri)
     bytes.reserve(uri.size());
     for (qsizetype i = 0; i < uri.size(); ++i) {
         if (uri[i] == '%' && i + 2 < uri.size()) {
-            const int high = hexDigit(uri[i + 1]);
-            const int low = hexDigit(uri[i + 2]);
+            const int high = hexDigitValue(uri[i + 1]);
+            const int low = hexDigitValue(uri[i + 2]);
             if (high >= 8 && low >= 0) {
                 bytes += char(high * 16 + low);
                 i += 2;

@@ -1,5 +1,7 @@
 #include "exchange/WarcStreams.h"
 
+#include "common/PercentEncoding.h"
+
 #include <QIODevice>
 
 #include <zlib.h>
@@ -21,17 +23,6 @@ bool isZlibHeader(QByteArrayView bytes)
 }
 
 } // namespace
-
-int hexDigit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
 
 QByteArray gzipCompressed(QByteArrayView bytes, int level)
 {
@@ -244,7 +235,7 @@ bool ChunkedSource::readSizeLine(bool &complete)
     qint64 size = 0;
     qsizetype i = m_pos;
     for (; i < eol; ++i) {
-        const int digit = hexDigit(m_in[i]);
+        const int digit = hexDigitValue(m_in[i]);
         if (digit < 0)
             break;
         if (size > (qint64(1) << 58))

@@ -112,9 +112,6 @@ private:
 // One gzip member holding the bytes (level: zlib's, 1 fastest to 9 smallest).
 QByteArray gzipCompressed(QByteArrayView bytes, int level = 6);
 
-// The value of a hexadecimal digit, either case; -1 for any other character.
-int hexDigit(char c);
-
 // Whether the bytes begin a gzip member.
 inline bool isGzipStart(QByteArrayView bytes)
 {

@@ -190,19 +190,21 @@ TEST(ResultPageLinks, ModernUnwrapsRedirectLinksBeforeTheRules)
              "r?u=http%3A%2F%2Fengine.com%2Fr%3Fu%3Dhttp%253A%252F%252Fdeep.net%252F") +
         href("http://engine.com/r?u=http%3A%2F%2Fa.com%2Fq%3Fx%2By") + // target has "+"
         href("http://engine.com/r?u=http%3A%2F%2Fads.com%2F") +        // excluded target
-        href("http://engine.com/search?q=lamps&page=2");               // carries no address
+        href("http://engine.com/r?u=http://b.com/%.a%C3") + // loose escapes: kept as they are
+        href("http://engine.com/search?q=lamps&page=2");    // carries no address
     AnalysisContext modern;
     modern.profile = CrawlProfile::Modern;
     modern.filters.excludedDomains = {QStringLiteral("ads.")};
     PageAnalyser(modern).FetchLinks(page, QString());
     EXPECT_EQ(modern.lstResult.texts(),
               QStringList({"http://firm.com/a?p=1", "https://shop.org/", "http://deep.net/",
+                           "http://engine.com/r?u=http://b.com/%.a%c3",
                            "http://engine.com/search?q=lamps&page=2"}));
 
     AnalysisContext classic;
     classic.filters.excludedDomains = {QStringLiteral("ads.")};
     PageAnalyser(classic).FetchLinks(page, QString());
-    EXPECT_EQ(classic.lstResult.count(), 4) << "classic lists the wrappers themselves";
+    EXPECT_EQ(classic.lstResult.count(), 5) << "classic lists the wrappers themselves";
     EXPECT_TRUE(classic.lstResult.texts().first().startsWith("http://engine.com/url?"));
 }
 

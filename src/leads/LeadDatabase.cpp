@@ -74,11 +74,15 @@ Result<qint64> foldPendingLeads(sqlite::Connection &db, qint64 rowLimit)
     static const QString steps[] = {
         QStringLiteral("CREATE TEMP TABLE IF NOT EXISTS found(id INTEGER PRIMARY KEY,"
                        " run INTEGER, email TEXT, source TEXT, title TEXT, seen INTEGER)"),
+        // A row edited by hand into something else is dropped, never an error of every read.
         QStringLiteral("INSERT INTO temp.found(run, email, source, title, seen)"
-                       " SELECT p.run, e.value, json_extract(page.value, '$[0]'),"
-                       " json_extract(page.value, '$[1]'), json_extract(page.value, '$[2]')"
+                       " SELECT * FROM (SELECT p.run, e.value AS email,"
+                       " page.value ->> 0 AS source, page.value ->> 1 AS title,"
+                       " page.value ->> 2 AS seen"
                        " FROM pending p, json_each(p.leads) page, json_each(page.value) e"
-                       " WHERE p.id <= ?1 AND e.key >= 3 ORDER BY p.id, page.key, e.key"),
+                       " WHERE p.id <= ?1 AND json_valid(p.leads) AND page.type = 'array'"
+                       " AND e.key >= 3 AND e.type = 'text' ORDER BY p.id, page.key, e.key)"
+                       " WHERE source IS NOT NULL AND title IS NOT NULL AND seen IS NOT NULL"),
         QStringLiteral("INSERT INTO sources(location, title) SELECT source, title"
                        " FROM temp.found WHERE true ORDER BY id"
                        " ON CONFLICT(location) DO UPDATE SET title = excluded.title"),

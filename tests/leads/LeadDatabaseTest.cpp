@@ -259,6 +259,16 @@ TEST_F(LeadDatabaseTest, NewFilesAreBuiltOlderOnesMigratedNewerOnesRefused)
     EXPECT_EQ(emails(select(upgraded.value())), QStringList({"old@firm.com", "new@firm.com"}));
     EXPECT_EQ(emails(select(upgraded.value(), {.run = 2, .newOnly = true})),
               QStringList({"new@firm.com"}));
+
+    // Pending leads edited by hand into something else are dropped; the rest is filed.
+    auto raw2 = sqlite::Connection::open(first, false);
+    ASSERT_TRUE(raw2.ok());
+    ASSERT_TRUE(raw2.value().exec(
+        "INSERT INTO pending(run, leads) VALUES(2, 'not json'), (2, '{\"a\": 1}'),"
+        " (2, '[1, [2, 3], [\"http://x.test/\", null, 5, \"x@x.test\"], [\"s\", \"t\"]]'),"
+        " (2, '[[\"http://ok.test/\", \"Ok\", 7, \"ok@ok.test\", 5, [\"no@no.test\"]]]')"));
+    EXPECT_EQ(emails(select(upgraded.value(), {.domain = "test"})), QStringList({"ok@ok.test"}));
+    EXPECT_EQ(*raw2.value().queryInt("SELECT count(*) FROM pending"), 0);
 }
 
 TEST_F(LeadDatabaseTest, ReadersAnswerWhileAWriterHoldsItsTransaction)

@@ -269,6 +269,12 @@ QString Statement::text(int column) const
     return QString::fromUtf8(utf8, sqlite3_column_bytes(m_statement, column));
 }
 
+QByteArray Statement::bytes(int column) const
+{
+    const auto *data = static_cast<const char *>(sqlite3_column_blob(m_statement, column));
+    return QByteArray(data, sqlite3_column_bytes(m_statement, column));
+}
+
 Result<Transaction> Transaction::begin(Connection &db)
 {
     if (auto begun = db.exec("BEGIN IMMEDIATE"); !begun)

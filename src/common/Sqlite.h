@@ -98,6 +98,7 @@ public:
     qint64 integer(int column) const;
     double real(int column) const;
     QString text(int column) const;
+    QByteArray bytes(int column) const;
 
 private:
     friend class Connection;

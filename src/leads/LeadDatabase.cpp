@@ -3,6 +3,10 @@
 #include "common/DataFolder.h"
 #include "leads/LeadSchema.h"
 
+#include <QHash>
+#include <QJsonArray>
+#include <QJsonDocument>
+
 namespace corvane {
 
 namespace {
@@ -49,6 +53,82 @@ Result<sqlite::Connection> openLeadConnection(const QString &path)
     return std::move(opened).value();
 }
 
+namespace {
+
+// The leads of the pending rows up to lastId into temp.found, one to a row, in the order
+// found, each with the id of its source, which this files (a source keeps its latest title).
+// One parse per row and one source lookup per page: SQL's JSON functions took a parse per
+// field and its joins a lookup per lead. A row edited by hand into something else is
+// dropped, never an error of every read.
+Result<void> splitPendingLeads(sqlite::Connection &db, qint64 lastId)
+{
+    auto rows =
+        db.prepare(QStringLiteral("SELECT run, leads FROM pending WHERE id <= ?1 ORDER BY id"));
+    auto addSource = db.prepare(
+        QStringLiteral("INSERT INTO sources(location, title) VALUES(?1, ?2)"
+                       " ON CONFLICT(location) DO UPDATE SET title = excluded.title RETURNING id"));
+    auto addLead = db.prepare(
+        QStringLiteral("INSERT INTO temp.found(run, email, source, seen) VALUES(?1, ?2, ?3, ?4)"));
+    for (const Result<sqlite::Statement> *prepared : {&rows, &addSource, &addLead}) {
+        if (!*prepared)
+            return prepared->error();
+    }
+    struct Source
+    {
+        qint64 id;
+        QString title;
+    };
+    QHash<QString, Source> sources;
+    rows.value().bind(1, lastId);
+    Result<void> added;
+    const auto sourceId = [&](const QString &location, const QString &title) -> Result<qint64> {
+        if (const auto known = sources.constFind(location);
+            known != sources.cend() && known->title == title)
+            return known->id;
+        addSource.value().bind(1, location);
+        addSource.value().bind(2, title);
+        const Result<bool> row = addSource.value().step();
+        if (!row)
+            return row.error();
+        const qint64 id = *row ? addSource.value().integer(0) : -1;
+        addSource.value().reset();
+        if (id < 0)
+            return fail(QStringLiteral("a source was not filed"));
+        sources.insert(location, {id, title});
+        return id;
+    };
+    const Result<void> read = rows.value().forEachRow([&] {
+        addLead.value().bind(1, rows.value().integer(0));
+        const QJsonDocument document = QJsonDocument::fromJson(rows.value().bytes(1));
+        for (const QJsonValue &page : document.array()) {
+            const QJsonArray fields = page.toArray();
+            if (fields.size() < 4 || !fields[0].isString() || !fields[1].isString() ||
+                !fields[2].isDouble())
+                continue;
+            const Result<qint64> source = sourceId(fields[0].toString(), fields[1].toString());
+            if (!source) {
+                added = source.error();
+                return false;
+            }
+            addLead.value().bind(3, *source);
+            addLead.value().bind(4, fields[2].toInteger());
+            for (qsizetype i = 3; i < fields.size(); ++i) {
+                if (!fields[i].isString())
+                    continue;
+                addLead.value().bind(2, fields[i].toString());
+                if (added = addLead.value().run(); !added)
+                    return false;
+            }
+        }
+        return true;
+    });
+    if (!read)
+        return read;
+    return added;
+}
+
+} // namespace
+
 Result<qint64> foldPendingLeads(sqlite::Connection &db, qint64 rowLimit)
 {
     auto transaction = sqlite::Transaction::begin(db);
@@ -67,39 +147,29 @@ Result<qint64> foldPendingLeads(sqlite::Connection &db, qint64 rowLimit)
     if (count == 0)
         return 0;
 
-    // The pending rows' leads one to a row, in the order found; then, in that order, what
-    // recording each lead on its own gave: a source keeps its latest title; a lead keeps its
-    // first sighting, and its latest source is the first one of its latest run; a sighting
-    // is a lead's first source within a run.
+    // Once the leads are split out (splitPendingLeads), in the order found, what recording
+    // each lead on its own gave: a lead keeps its first sighting, and its latest source is the
+    // first one of its latest run; a sighting is a lead's first source within a run.
     static const QString steps[] = {
-        QStringLiteral("CREATE TEMP TABLE IF NOT EXISTS found(id INTEGER PRIMARY KEY,"
-                       " run INTEGER, email TEXT, source TEXT, title TEXT, seen INTEGER)"),
-        // A row edited by hand into something else is dropped, never an error of every read.
-        QStringLiteral("INSERT INTO temp.found(run, email, source, title, seen)"
-                       " SELECT * FROM (SELECT p.run, e.value AS email,"
-                       " page.value ->> 0 AS source, page.value ->> 1 AS title,"
-                       " page.value ->> 2 AS seen"
-                       " FROM pending p, json_each(p.leads) page, json_each(page.value) e"
-                       " WHERE p.id <= ?1 AND json_valid(p.leads) AND page.type = 'array'"
-                       " AND e.key >= 3 AND e.type = 'text' ORDER BY p.id, page.key, e.key)"
-                       " WHERE source IS NOT NULL AND title IS NOT NULL AND seen IS NOT NULL"),
-        QStringLiteral("INSERT INTO sources(location, title) SELECT source, title"
-                       " FROM temp.found WHERE true ORDER BY id"
-                       " ON CONFLICT(location) DO UPDATE SET title = excluded.title"),
         QStringLiteral(
             "INSERT INTO leads(email, domain, first_seen, last_seen, first_run, last_run,"
             " last_source) SELECT f.email, lead_domain(f.email), f.seen, f.seen, f.run, f.run,"
-            " s.id FROM temp.found f JOIN sources s ON s.location = f.source WHERE true"
+            " f.source FROM temp.found f WHERE true"
             " ORDER BY f.id ON CONFLICT(email) DO UPDATE SET last_source = CASE WHEN"
             " last_run = excluded.last_run THEN last_source ELSE excluded.last_source END,"
             " last_run = excluded.last_run, last_seen = max(last_seen, excluded.last_seen)"),
         QStringLiteral("INSERT OR IGNORE INTO sightings(run, lead, source, seen)"
-                       " SELECT f.run, l.id, s.id, f.seen FROM temp.found f"
-                       " JOIN leads l ON l.email = f.email JOIN sources s ON s.location = f.source"
-                       " ORDER BY f.id"),
+                       " SELECT f.run, l.id, f.source, f.seen FROM temp.found f"
+                       " JOIN leads l ON l.email = f.email ORDER BY f.id"),
         QStringLiteral("DELETE FROM temp.found"),
         QStringLiteral("DELETE FROM pending WHERE id <= ?1"),
     };
+    if (auto made = db.exec("CREATE TEMP TABLE IF NOT EXISTS found(id INTEGER PRIMARY KEY,"
+                            " run INTEGER, email TEXT, source INTEGER, seen INTEGER)");
+        !made)
+        return made.error();
+    if (auto split = splitPendingLeads(db, lastId); !split)
+        return split.error();
     for (const QString &step : steps) {
         // A step without ?1 leaves the value unused.
         if (const Result<void> done = db.run(step, lastId); !done)

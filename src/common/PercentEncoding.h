@@ -16,4 +16,9 @@ int hexDigitValue(char c);
 // text never held.
 std::optional<QString> strictlyPercentDecoded(QByteArrayView text);
 
+// An address as pages write it, from a URI: the escaped UTF-8 of letters beyond ASCII is read
+// back, while ASCII escapes (%20, %25, %2F) and a "%" that starts none stay, as decoding them
+// could change what the address names. All of it stays when the escapes are no UTF-8.
+QString lettersUnescaped(QByteArrayView uri);
+
 } // namespace corvane

@@ -4,7 +4,6 @@
 #include "exchange/WarcStreams.h"
 
 #include <QIODevice>
-#include <QStringDecoder>
 
 #include <cstring>
 #include <optional>
@@ -12,32 +11,6 @@
 namespace corvane {
 
 namespace {
-
-// A target URI as pages write it: archives hold URIs, so letters beyond ASCII come %-escaped
-// as UTF-8, and these are read back. ASCII escapes (%20, %25, %2F) stay, as decoding them
-// could change what the address names; so does all of it when the escapes are no UTF-8.
-QString readableUri(QByteArrayView uri)
-{
-    QByteArray bytes;
-    bytes.reserve(uri.size());
-    for (qsizetype i = 0; i < uri.size(); ++i) {
-        if (uri[i] == '%' && i + 2 < uri.size()) {
-            const int high = hexDigitValue(uri[i + 1]);
-            const int low = hexDigitValue(uri[i + 2]);
-            if (high >= 8 && low >= 0) {
-                bytes += char(high * 16 + low);
-                i += 2;
-                continue;
-            }
-        }
-        bytes += uri[i];
-    }
-    QStringDecoder utf8(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
-    const QString decoded = utf8(bytes);
-    if (!utf8.hasError())
-        return decoded;
-    return QString::fromUtf8(uri);
-}
 
 constexpr qsizetype kBufferBytes = 256 * 1024;
 
@@ -305,7 +278,7 @@ Result<bool> WarcReader::readHeader()
     QByteArray uri = record.header.value("WARC-Target-URI");
     if (uri.startsWith('<') && uri.endsWith('>'))
         uri = uri.sliced(1, uri.size() - 2);
-    record.targetUri = readableUri(uri);
+    record.targetUri = lettersUnescaped(uri);
     m_record = std::move(record);
     m_offset += end - m_pos;
     m_pos = end;

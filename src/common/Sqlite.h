@@ -20,12 +20,16 @@ namespace corvane::sqlite {
 
 class Statement;
 
+// How long a connection waits for another one's write lock unless told otherwise.
+inline constexpr int kDefaultBusyTimeoutMs = 5000;
+
 class Connection
 {
 public:
     // Opens (and with create, makes) the file at path; the connection waits up to
     // busyTimeoutMs for another connection's write lock before giving up.
-    static Result<Connection> open(const QString &path, bool create, int busyTimeoutMs = 5000);
+    static Result<Connection> open(const QString &path, bool create,
+                                   int busyTimeoutMs = kDefaultBusyTimeoutMs);
 
     Connection(Connection &&other) noexcept;
     Connection &operator=(Connection &&other) noexcept;

@@ -75,7 +75,8 @@ public:
     static QString defaultPath();
     // Opens the index, making it when missing or replacing it when damaged or of another
     // version. busyTimeoutMs: how long to wait for another program's write.
-    static Result<SearchIndex> open(const QString &path = defaultPath(), int busyTimeoutMs = 5000);
+    static Result<SearchIndex> open(const QString &path = defaultPath(),
+                                    int busyTimeoutMs = sqlite::kDefaultBusyTimeoutMs);
 
     // Marks the index at path stale without opening it (works while it is locked).
     static void markStale(const QString &path = defaultPath());

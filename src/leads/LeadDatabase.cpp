@@ -11,10 +11,8 @@ namespace corvane {
 
 namespace {
 
-// How long a read waits for a writer's commit before it reads without folding, and how long
-// everything else waits for a lock.
+// How long a read waits for a writer's commit before it reads without folding.
 constexpr int kFoldWaitMs = 200;
-constexpr int kBusyTimeoutMs = 5000;
 
 } // namespace
 
@@ -195,7 +193,7 @@ Result<void> LeadDatabase::foldPending()
     Result<qint64> folded = kSlice;
     while (folded && *folded == kSlice)
         folded = foldPendingLeads(m_db, kSlice);
-    m_db.setBusyTimeout(kBusyTimeoutMs);
+    m_db.setBusyTimeout(sqlite::kDefaultBusyTimeoutMs);
     if (!folded && m_db.lastErrorMeansBusy())
         return {}; // a writer holds the file: read what is folded
     if (!folded)

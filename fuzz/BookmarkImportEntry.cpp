@@ -20,6 +20,7 @@ CORVANE_FUZZ_TARGET(bookmark_import)
 
     const QString text = ReadWholeFile(path).toLower();
     const qsizetype hrefs = text.count(QLatin1String("href="));
+    const QChar replacement(QChar::ReplacementCharacter);
     for (const CrawlProfile profile : {CrawlProfile::Classic, CrawlProfile::Modern}) {
         AnalysisContext ctx;
         ctx.profile = profile;
@@ -31,9 +32,11 @@ CORVANE_FUZZ_TARGET(bookmark_import)
         for (const QString &link : ctx.lstURLList.texts()) {
             CORVANE_EXPECT(link_rules::startsWithWebScheme(link, profile));
             CORVANE_EXPECT(link == link.toLower());
+            // A redirect target decodes only whole UTF-8 sequences, so a replacement
+            // character in it is one the file's own bytes already made.
             CORVANE_EXPECT(text.contains(link) ||
                            (profile == CrawlProfile::Modern &&
-                            !link.contains(QChar(QChar::ReplacementCharacter))));
+                            (!link.contains(replacement) || text.contains(replacement))));
             CORVANE_EXPECT(link.size() <= link_rules::kMaxLinkLength);
             CORVANE_EXPECT(!link.contains(QLatin1Char('+')) && !link.contains(u"mailto:"));
         }

@@ -342,7 +342,8 @@ TEST_F(LeadDatabaseTest, AKilledRecorderLeavesASoundFileWithEveryCommittedLead)
             }
         }
     }
-    ASSERT_EQ(flushes, 3) << helper.readAllStandardError().constData();
+    // Commits can come faster than the reads: every line read counts, the last is the floor.
+    ASSERT_GE(flushes, 3) << helper.readAllStandardError().constData();
     helper.kill(); // SIGKILL, in the middle of run 2
     ASSERT_TRUE(helper.waitForFinished());
 

@@ -2,9 +2,6 @@
 
 #include "common/TimerSource.h"
 #include "kb/NameRules.h"
-#include "leads/LeadDatabase.h"
-#include "leads/LeadFormats.h"
-#include "leads/RunRecorder.h"
 
 #include <QDir>
 
@@ -47,7 +44,7 @@ Result<void> HarvestSession::start(const RunDescription &run)
     // were; so does their record while it is open.
     const CrawlState state = m_crawl->state();
     const bool resuming = state == CrawlState::Stopped || state == CrawlState::EndedByUrlList;
-    if (!resuming || !m_recorder)
+    if (!resuming || !m_recording.current())
         beginRecording(run);
     m_endMessage.clear();
     m_endWhenPagesBack = false;
@@ -85,15 +82,8 @@ void HarvestSession::beginRecording(const RunDescription &run)
 {
     endRecording(m_endMessage.isEmpty() ? kRunStoppedMessage : m_endMessage);
     m_problemReported = false;
-    if (!m_recordingWanted)
-        return;
-    auto started = RunRecorder::start(LeadDatabase::defaultPath(), RunKind::Harvest, runJson(run));
-    if (!started) {
-        reportRecordingProblem(started.message());
-        return;
-    }
-    m_recorder = std::move(started).value();
-    m_recordedRuns.push_back(m_recorder->runId());
+    if (Result<void> begun = m_recording.begin(RunKind::Harvest, runJson(run)); !begun)
+        reportRecordingProblem(begun.message());
 }
 
 void HarvestSession::recordLeads(const QStringList &leads, const QString &pageUrl,
@@ -102,8 +92,8 @@ void HarvestSession::recordLeads(const QStringList &leads, const QString &pageUr
     const LeadSource source{pageUrl, pageTitle(page).value_or(QString())};
     for (const QString &lead : leads)
         m_leadSources.insert(lead, source);
-    if (m_recorder)
-        m_recorder->recordLeads(leads, source.location, source.title);
+    if (RunRecorder *recorder = m_recording.current())
+        recorder->recordLeads(leads, source.location, source.title);
 }
 
 void HarvestSession::crawlFinished(const QString &message)
@@ -119,11 +109,7 @@ void HarvestSession::crawlFinished(const QString &message)
 void HarvestSession::endRecording(const QString &message)
 {
     m_endWhenPagesBack = false;
-    if (!m_recorder)
-        return;
-    const Result<void> ended = m_recorder->endRun(message);
-    m_recorder.reset();
-    if (!ended)
+    if (Result<void> ended = m_recording.end(message); !ended)
         reportRecordingProblem(ended.message());
 }
 
@@ -137,12 +123,8 @@ void HarvestSession::reportRecordingProblem(const QString &message)
 
 Result<qint64> HarvestSession::saveLeadsCsv(const QString &path)
 {
-    if (m_recorder) {
-        if (Result<void> flushed = m_recorder->flush(); !flushed)
-            return flushed.error();
-    }
     // A lead is taken once per session, so the runs' leads never repeat one another.
-    return exportRunLeads(LeadDatabase::defaultPath(), m_recordedRuns, QStringLiteral("csv"), path);
+    return m_recording.saveCsv(path);
 }
 
 } // namespace corvane

@@ -9,6 +9,7 @@
 #include "engine/SearchListProvider.h"
 #include "kb/PageStore.h"
 #include "leads/LeadRecords.h"
+#include "leads/SessionRecording.h"
 
 #include <QHash>
 #include <QObject>
@@ -18,8 +19,6 @@
 #include <vector>
 
 namespace corvane {
-
-class RunRecorder;
 
 // One harvest's machinery around its job: page analysis and its context, the page store,
 // the search-list provider, the downloader, the connection probe and the crawl, wired the
@@ -64,12 +63,9 @@ public:
     QString knowledgeBaseFolder();
 
     // Runs are recorded unless this is turned off before start().
-    void setRecording(bool on) { m_recordingWanted = on; }
+    void setRecording(bool on) { m_recording.setWanted(on); }
     // The lead database's number of the run recorded last, if any.
-    std::optional<qint64> lastRecordedRun() const
-    {
-        return m_recordedRuns.empty() ? std::nullopt : std::optional(m_recordedRuns.back());
-    }
+    std::optional<qint64> lastRecordedRun() const { return m_recording.lastRun(); }
     // Where the session's runs found a lead, for as long as the session lives.
     std::optional<LeadSource> leadSource(const QString &lead) const;
     // Ends the run being recorded, with the run's end message, once all it found so far is
@@ -101,9 +97,7 @@ private:
     std::unique_ptr<CrawlController> m_crawl;
     RunDescription m_run;
 
-    bool m_recordingWanted = true;
-    std::unique_ptr<RunRecorder> m_recorder;
-    std::vector<qint64> m_recordedRuns;
+    SessionRecording m_recording;
     bool m_problemReported = false; // this run's
     QString m_endMessage;           // set when the crawl has ended; empty before
     bool m_endWhenPagesBack = false;

@@ -1,9 +1,6 @@
 #include "scan/LeadsScan.h"
 
 #include "common/LeadFile.h"
-#include "leads/LeadDatabase.h"
-#include "leads/LeadFormats.h"
-#include "leads/RunRecorder.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -207,8 +204,8 @@ bool LeadsScan::commit(ScanBatch &batch)
         m_leadSet->add(lead);
         m_leads.append(lead);
         m_sources.append(batch.sources[i]);
-        if (m_recorder)
-            m_recorder->recordLead(lead, fullSource(batch.sources[i]));
+        if (RunRecorder *recorder = m_recording.current())
+            recorder->recordLead(lead, fullSource(batch.sources[i]));
         ++added;
     }
     if (added > 0)
@@ -306,36 +303,19 @@ LeadsScan::saveLeads(const QString &chosenName,
 
 Result<qint64> LeadsScan::saveLeadsCsv(const QString &path)
 {
-    if (m_recorder) {
-        if (Result<void> flushed = m_recorder->flush(); !flushed)
-            return flushed.error();
-    }
     const QStringList listed = m_leads.texts();
-    return exportRunLeads(LeadDatabase::defaultPath(), m_recordedRuns, QStringLiteral("csv"), path,
-                          QSet<QString>(listed.begin(), listed.end()));
+    return m_recording.saveCsv(path, QSet<QString>(listed.begin(), listed.end()));
 }
 
 void LeadsScan::beginRecording()
 {
-    endRecording(kRunStoppedMessage);
-    if (!m_recordingWanted)
-        return;
-    auto started = RunRecorder::start(LeadDatabase::defaultPath(), RunKind::Scan, m_runJob);
-    if (!started) {
-        emit recordingProblem(started.message());
-        return;
-    }
-    m_recorder = std::move(started).value();
-    m_recordedRuns.push_back(m_recorder->runId());
+    if (Result<void> begun = m_recording.begin(RunKind::Scan, m_runJob); !begun)
+        emit recordingProblem(begun.message());
 }
 
 void LeadsScan::endRecording(const QString &message)
 {
-    if (!m_recorder)
-        return;
-    const Result<void> ended = m_recorder->endRun(message);
-    m_recorder.reset();
-    if (!ended)
+    if (Result<void> ended = m_recording.end(message); !ended)
         emit recordingProblem(ended.message());
 }
 

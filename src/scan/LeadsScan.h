@@ -5,6 +5,7 @@
 #include "analysis/TextSet.h"
 #include "common/Result.h"
 #include "leads/LeadRecords.h"
+#include "leads/SessionRecording.h"
 #include "scan/FileTypeList.h"
 #include "scan/ScanJob.h"
 
@@ -20,8 +21,6 @@
 #include <vector>
 
 namespace corvane {
-
-class RunRecorder;
 
 // The leads scan behind LeadsScanWindow: scans one file or the files of a folder tree whose
 // type is checked, lists every new address that passes the ending rule, and saves the list
@@ -101,9 +100,9 @@ public:
     Result<void> runFolderScan(const QString &folder, const QSet<QString> &types);
 
     // Scans are recorded unless this is turned off before they start.
-    void setRecording(bool on) { m_recordingWanted = on; }
+    void setRecording(bool on) { m_recording.setWanted(on); }
     // The lead database's numbers of the runs recorded so far, oldest first.
-    const std::vector<qint64> &recordedRuns() const { return m_recordedRuns; }
+    const std::vector<qint64> &recordedRuns() const { return m_recording.runs(); }
 
     // cmdStopScanningFolder (and closing the window).
     void stop();
@@ -180,10 +179,8 @@ private:
     bool m_drainQueued = false;
     QTimer m_progressTimer;
 
-    bool m_recordingWanted = true;
     QJsonObject m_runJob; // what the scan being prepared is recorded as
-    std::unique_ptr<RunRecorder> m_recorder;
-    std::vector<qint64> m_recordedRuns;
+    SessionRecording m_recording;
 };
 
 } // namespace corvane

@@ -48,10 +48,8 @@ QByteArray headerValue(const QByteArray &value)
 }
 
 // A target URI as the format wants it: one token, escaped as RFC 3986 says (blanks, controls
-// and bytes above ASCII as %XX), with the escapes it already has left alone.
-// A header field is one token, so the target is written as a URI. Stored addresses may hold
-// escapes already (the store keeps some addresses escaped): those stay as they are, and the
-// rest is escaped around them.
+// and bytes above ASCII as %XX). Stored addresses may hold escapes already (the store keeps
+// some addresses escaped): those stay as they are, and the rest is escaped around them.
 QByteArray escapedUri(const QString &uri)
 {
     const QUrl url(uri, QUrl::TolerantMode);

@@ -111,6 +111,13 @@ void rankPage(const Fts5ExtensionApi *api, Fts5Context *row, sqlite3_context *re
     sqlite3_result_double(result, -score); // FTS5's convention: lower ranks better
 }
 
+// A MATCH expression limited to the page's own columns: the filter words in scope stay out
+// of the user's reach.
+QString inPageColumns(const QString &expression)
+{
+    return QStringLiteral("{address title body} : (%1)").arg(expression);
+}
+
 // Pages read to estimate how many pages hold a phrase: when the newest this many holding it
 // span a part of the index, the rest is taken to hold it as densely.
 constexpr qint64 kEstimateSample = 1000;
@@ -352,7 +359,7 @@ Result<double> SearchIndex::estimatedPageCount(const QString &phrase)
                        "page_text MATCH ?1 ORDER BY rowid DESC LIMIT ?2)"));
     if (!sample)
         return sample.error();
-    sample.value().bind(1, QStringLiteral("{address title body} : (%1)").arg(phrase));
+    sample.value().bind(1, inPageColumns(phrase));
     sample.value().bind(2, kEstimateSample);
     if (Result<bool> row = sample.value().step(); !row)
         return row.error();
@@ -384,9 +391,7 @@ Result<SearchResults> SearchIndex::search(const QString &query, const SearchFilt
     Result<QStringList> phrases = matchPhrases(query);
     if (!phrases)
         return phrases.error();
-    // The page's own columns only: the filter words stay out of the user's reach.
-    QString match =
-        QStringLiteral("{address title body} : (%1)").arg(phrases->join(QLatin1String(" AND ")));
+    QString match = inPageColumns(phrases->join(QLatin1String(" AND ")));
     if (!filter.knowledgeBaseName.isEmpty())
         match += QStringLiteral(" AND scope : \"%1\"")
                      .arg(scopeToken('k', filter.knowledgeBaseName.trimmed()));

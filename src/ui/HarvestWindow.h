@@ -2,7 +2,7 @@
 
 #include "engine/HarvestJob.h"
 #include "engine/HarvestSession.h"
-#include "ui/LeadSourceHints.h"
+#include "ui/LeadSaveChoice.h"
 #include "ui/SkinnedWindow.h"
 
 #include <QPointer>

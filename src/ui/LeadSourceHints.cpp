@@ -4,22 +4,10 @@
 
 #include <QAbstractItemView>
 #include <QDesktopServices>
-#include <QFileDialog>
 #include <QHelpEvent>
 #include <QToolTip>
 
 namespace corvane {
-
-LeadSaveChoice askLeadSaveChoice(QWidget *parent)
-{
-    const QString leadFile = LeadSourceHints::tr("Lead files (*.csv)");
-    const QString withSources = LeadSourceHints::tr("CSV with the source of each lead (*.csv)");
-    QString chosenFilter = leadFile;
-    const QString path =
-        QFileDialog::getSaveFileName(parent, LeadSourceHints::tr("Save Leads"), {},
-                                     leadFile + QStringLiteral(";;") + withSources, &chosenFilter);
-    return {path, chosenFilter == withSources};
-}
 
 LeadSourceHints::LeadSourceHints(QAbstractItemView *view, Lookup lookup)
     : QObject(view), m_view(view), m_lookup(std::move(lookup)),

@@ -10,25 +10,8 @@
 
 class QAbstractItemView;
 class QModelIndex;
-class QWidget;
 
 namespace corvane {
-
-// What Save Leads is told: the file, and whether it is the CSV with each lead's source rather
-// than the lead file.
-struct LeadSaveChoice
-{
-    LeadSaveChoice(QString chosenPath = {}, bool sources = false)
-        : path(std::move(chosenPath)), withSources(sources)
-    {
-    }
-    QString path;
-    bool withSources;
-};
-
-// Save Leads' file dialog: a lead file, or "CSV with the source of each lead". An empty path
-// when cancelled.
-LeadSaveChoice askLeadSaveChoice(QWidget *parent);
 
 // Shows where each lead of a list was found: its tooltip names the page (with its title) or
 // the file, and a double click opens it, the page in the browser and a file's folder in the

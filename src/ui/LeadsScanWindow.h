@@ -1,7 +1,7 @@
 #pragma once
 
 #include "scan/LeadsScan.h"
-#include "ui/LeadSourceHints.h"
+#include "ui/LeadSaveChoice.h"
 #include "ui/SkinnedWindow.h"
 
 #include <QStringList>
